@@ -1,0 +1,49 @@
+// A mutex whose rules the compiler can check: clang's -Wthread-safety reads these annotations, other compilers skip
+// them. Lock order, outermost first: master_mutex, mutex_lock, a ring's m_lock_collect or m_lock_withdraw, a ring's
+// m_lock. The log's file lock may be held while taking a ring's locks.
+#pragma once
+
+#include <mutex>
+
+#if defined(__clang__)
+#define QAPI_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define QAPI_THREAD_ANNOTATION(x)
+#endif
+
+#define CAPABILITY(x) QAPI_THREAD_ANNOTATION(capability(x))
+#define SCOPED_CAPABILITY QAPI_THREAD_ANNOTATION(scoped_lockable)
+#define GUARDED_BY(x) QAPI_THREAD_ANNOTATION(guarded_by(x))
+#define REQUIRES(...) QAPI_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define ACQUIRE(...) QAPI_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define RELEASE(...) QAPI_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define TRY_ACQUIRE(...) QAPI_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
+#define EXCLUDES(...) QAPI_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define NO_THREAD_SAFETY_ANALYSIS QAPI_THREAD_ANNOTATION(no_thread_safety_analysis)
+
+class CAPABILITY("mutex") Mutex
+{
+public:
+    constexpr Mutex() = default;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    void lock() ACQUIRE() { m_mutex.lock(); }
+    void unlock() RELEASE() { m_mutex.unlock(); }
+    bool try_lock() TRY_ACQUIRE(true) { return m_mutex.try_lock(); }
+
+private:
+    std::mutex m_mutex;
+};
+
+class SCOPED_CAPABILITY MutexLock
+{
+public:
+    explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
+    ~MutexLock() RELEASE() { m_mutex.unlock(); }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+
+private:
+    Mutex& m_mutex;
+};

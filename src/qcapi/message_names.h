@@ -1,0 +1,15 @@
+// The names of the message kinds. The interface works by name; all three columns are accepted, in any case.
+#pragma once
+
+inline constexpr int MSS_TABLA_GLOBAL = 888; // number of every table message
+
+inline constexpr int Glb_Old_Names = 0; // column of the names that callbacks use
+inline constexpr int Glb_DFN_Names = 1; // long Spanish names
+inline constexpr int Glb_English_Names = 2;
+
+// The kind that a name stands for, 0 if none. `global_table_type`, if not null, receives -1 for a message, the table
+// type for a table kind (888), and stays as it was for an unknown name.
+int COMMON_Take_Message_Kind(const char* message_type, int* global_table_type);
+
+// A kind's name in the configured language, or "Undefined <%d>" in a buffer of the calling thread.
+const char* COMMON_Get_Message_Name(int code);

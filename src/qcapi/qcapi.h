@@ -1,0 +1,267 @@
+// The interface of the library: derive from CQcApi, override the callbacks you need, construct one object, call Login.
+//
+// One object per process. Its state is the process's: a second object would share every table and ring with the first.
+#pragma once
+
+#include <qcapi/errors.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+#if defined(__GNUC__)
+#define QAPI_EXPORT __attribute__((visibility("default")))
+#else
+#define QAPI_EXPORT
+#endif
+
+#define QAPI_DESCRIPTION "Quentar-API Interface Program"
+#define QAPI_STR_VERSION "3.0.0.8"
+
+// The version that a login tells the server; it differs from the text version on purpose.
+inline constexpr int VER_HIGHER_1 = 3;
+inline constexpr int VER_HIGHER_2 = 0;
+inline constexpr int VER_LOWER_1 = 0;
+inline constexpr int VER_LOWER_2 = 3;
+
+// Values of CQcApi::initialize_flag.
+inline constexpr int QAPI_NOT_INITIALIZED = 0;
+inline constexpr int QAPI_INITIALIZED = 1;       // by Login
+inline constexpr int QAPI_INITIALIZED_AS_DS = 2; // by Connect
+
+class CMessage;
+class CQcApi;
+class Master_Mutex;
+
+/// The one object of the process, set by its constructor and cleared by its destructor. The library's own definition is
+/// weak: a host may define the variable itself, or leave it.
+QAPI_EXPORT extern CQcApi* Cur_Qapi;
+
+/**
+ * @brief A session with the market.
+ *
+ * Threads: a running session has four threads of its own (log, reader, sender, connection). OnMessageReceived,
+ * OnConnection, OnDisconnection and OnStatusChanged run on the reader thread, OnError on any thread. One callback runs
+ * at a time, except that callbacks on the thread that built the object (OnError from a failing Login, say) don't wait
+ * for others. A callback that blocks stalls reception; the library buffers without bound meanwhile.
+ *
+ * The lifecycle operations (Login, Connect, Logout, LogoutForce) are called from one thread at a time. Message and
+ * field operations that compose or read share one current message and are called from one thread at a time too.
+ *
+ * Every text argument is zero-terminated and is not kept after the call, unless a line says otherwise.
+ *
+ * A derived class calls Logout in its own destructor: when the base's destructor runs, the derived callbacks are gone.
+ */
+class QAPI_EXPORT CQcApi
+{
+protected:
+    /// Calls Logout and waits for threads that LogoutForce left behind.
+    virtual ~CQcApi();
+
+public:
+    // ---- Callbacks: override what you need ---------------------------------------------------------------------
+
+    /**
+     * @brief A record has entered a received-message table.
+     * @param message_type the name to pass to TakeMessage; the library's, valid during the call
+     * @param message_num  the record's number within that name's table
+     */
+    virtual void OnMessageReceived(char* message_type, unsigned int message_num);
+
+    /**
+     * @brief The session is ready, or the login was refused.
+     * @param result_code 0: ready. Otherwise the character by which the server refused; the library tries again.
+     */
+    virtual void OnConnection(int result_code);
+
+    /**
+     * @brief The connection closed. The library reconnects by itself.
+     * @param reason_code state of the connection at that moment
+     * @param reason_text why it closed; the library's, valid during the call
+     */
+    virtual void OnDisconnection(int reason_code, const char* reason_text);
+
+    /**
+     * @brief Something failed, or wants to be known.
+     * @param error_code       a code of errors.h, 0 for a notice, or 23001 for an internal report
+     * @param error_text       the library's, valid during the call
+     * @param next_action_code a QAPI_NEXT_ACTION_... value
+     * @param next_action_data always 0
+     */
+    virtual void OnError(int error_code, char* error_text, int next_action_code, int next_action_data);
+
+    /**
+     * @brief The connection's state changed: 21 "Connected", 20 "Disconnected", 7 "Can't connect", 27 when a session
+     *        stops. Silent while the process exits.
+     * @param status_code a QAPI_STATUS_... value
+     * @param status_text the library's, valid during the call
+     */
+    virtual void OnStatusChanged(int status_code, char* status_text);
+
+    // ---- Lifecycle ---------------------------------------------------------------------------------------------
+
+    /// Remembers the constructing thread as the master thread and makes this the process's object.
+    CQcApi();
+    CQcApi(const CQcApi&) = delete;
+    CQcApi& operator=(const CQcApi&) = delete;
+
+    /**
+     * @brief Reads "qapi.cfg" in the working directory and starts a session; its outcome comes by callback.
+     * @param user_name at most 10 characters; empty or null keeps the last one. A user_name directive overrides it.
+     * @param password  at most 16 characters; empty or null keeps the last one. A password directive overrides it.
+     * @return 0 when the threads run, else a code that was also reported: 17 already running (name and password are
+     *         taken over even then), 1 to 3 and 21 from the configuration, 25 to 28 from the previous-date file, 29
+     * when an earlier previous-date request was never answered.
+     */
+    int Login(char* user_name, char* password);
+
+    /**
+     * @brief Starts in the data-server role, without a login.
+     * @param thost     dotted address to connect to, or "0.0.0.0" to listen; at most 60 characters
+     * @param tport     TCP port; 0 leaves the choice of servers to the configuration file
+     * @param conf_data not looked at
+     * @param conf_code not looked at
+     * @return 0, 17 when already running, or the configuration's code. In the last case the threads run all the same,
+     *         and the host must stop them.
+     */
+    int Connect(char* thost, int tport, char* conf_data, int conf_code);
+
+    /**
+     * @brief Stops the session and waits for its threads, at most 35 seconds; if one still runs then, the process is
+     *        ended by a deliberate crash. Pending callbacks are let through meanwhile.
+     *
+     * On one of the library's own threads (in a callback) it can't wait for itself: there it does what LogoutForce
+     * does. After Connect nothing stops the log thread, so Logout ends in the crash: leave that role with LogoutForce
+     * and the end of the process.
+     *
+     * @return 0, or 4 if nothing runs
+     */
+    int Logout();
+
+    /// Stops the session without waiting; for callbacks. The next Login, Connect, Logout or the destructor waits for
+    /// the threads that are left. @return 0, or 4 if nothing runs
+    int LogoutForce();
+
+    // ---- Received messages ---------------------------------------------------------------------------------------
+
+    /**
+     * @brief Selects a received record for the GetField operations.
+     * @return 0, 4, 15 unknown name or one without a table, 18 no such record; 15 and 18 are also reported
+     */
+    int TakeMessage(char* message_type, unsigned int message_num);
+
+    /// Declares a record done and removes it. @return as TakeMessage; 0 for a table record that is already gone
+    int FinishMessageProcess(char* message_type, unsigned int message_num);
+
+    /**
+     * @brief Copies a field of the taken record.
+     * @param field_name path of the field, any case
+     * @param data_copy  receives the field's raw bytes and a zero; the caller's, one byte longer than the field
+     * @return the field's type, 0 on failure (data_copy is then empty)
+     */
+    int GetField(char* field_name, char* data_copy);
+
+    /// The next named field. `field_name` starts empty, receives the path (up to 1023 characters) and is passed in
+    /// again. @return the field's type, 0 at the end
+    int GetNextField(char* field_name, char* data_copy);
+
+    /// A field of the message being composed, as text in a static buffer; `data_copy` is not looked at. @return "" on
+    /// failure
+    char* GetSField(char* field_name, char* data_copy);
+
+    /// As GetField. @return the field's length, 0 on failure (data_copy is then untouched)
+    int GetFieldBSTR(char* field_name, char* data_copy);
+
+    /// Copies 8 bytes of a date, without a zero. @return 8, 0 on failure
+    int GetFieldDATE(char* field_name, char* date_copy);
+
+    /// @return the field's value as a number, 0 on failure
+    long GetFieldLONG(char* field_name);
+
+    /// @return 1 if the taken record has the field, else 0, reported
+    int IsDefined(char* field_name);
+
+    // ---- Messages to send ----------------------------------------------------------------------------------------
+
+    /// Starts a message; an empty name starts a copy of the taken record. @return 0, 4 or 15
+    int InitMessage(char* message_type);
+    /// Sets a field of the message from text. @return 0, 4, 15 or 16
+    int SetFieldBSTR(char* message_type, char* field_name, char* new_value);
+    /// Sets a date field from YYYYMMDD. @return 0, 4, 15 or 16
+    int SetFieldDATE(char* message_type, char* field_name, char* new_value);
+    /// Sets a field from a number. @return 0, 4, 15 or 16
+    int SetFieldLONG(char* message_type, char* field_name, long new_value);
+    /// Sets a field from an unsigned number. @return 0, 4, 15 or 16
+    int SetFieldUINT(char* message_type, char* field_name, unsigned int new_value);
+    /// Queues the message for sending. @return 0, 4 or 15; it says nothing about the network
+    int SendMessage(char* message_type);
+    /// Adds an addressee of the next message. @return 0
+    int SendMessageTo(char* address_data);
+    /// Has no effect. @return 0, or 4 if nothing runs
+    int LastAcknowledgedMessage(char* date, unsigned int message_num);
+
+    // ---- Conditions on received messages -------------------------------------------------------------------------
+
+    /// Adds a condition for the next session. @return 0, 15 or 16
+    int AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value);
+    /// @return 1 if a message of this number is wanted, else 0
+    int FitConditions(int message_t, CMessage* message);
+
+    // ---- Callback wrappers: called by the library ----------------------------------------------------------------
+
+    void CallMessageReceived(char* message_type, unsigned int message_num);
+    void CallOnConnection(int result_code);
+    void CallOnDisconnection(int reason_code, const char* reason_text);
+    void CallReportError(int error_code, char* error_text, int next_action_code, int next_action_data);
+    void CallStatusChanged(int status_code, char* status_text);
+    /// Sees every data packet before it is acted on. Does nothing.
+    void CallDataReceived(const char* source_id, char* message_name, char* message_data);
+
+    // ---- When callbacks may come -----------------------------------------------------------------------------------
+
+    /// Keeps other threads' callbacks out. @return 1 if taken (release it), 0 on the master thread, which takes nothing
+    int TakeMasterMutex();
+    /// Lets callbacks in again. Does nothing on a thread that took nothing.
+    void ReleaseMasterMutex();
+    /// For a host that wants callbacks only at moments of its choosing: from the first call on, callbacks wait; each
+    /// call lets through those that wait.
+    void ProcessMyEvents();
+
+    // ---- Versions --------------------------------------------------------------------------------------------------
+
+    /// Reads the configuration and prepares tables and rings. Called by Login and Connect. @return 0 or a code
+    int Initialize();
+    /// Writes "x86". @return 1
+    int GetCompilationType(char* type);
+    /// Writes "3.0.0.8". @return 1
+    int GetVersion(char* version);
+
+    static std::atomic<int> initialize_flag; ///< QAPI_NOT_INITIALIZED, QAPI_INITIALIZED or QAPI_INITIALIZED_AS_DS
+    static std::atomic<bool> atexitqapi;     ///< true while the process-exit hook runs
+    static int m_verbose_mode;               ///< not looked at
+
+protected:
+    int Read_Conf_File(char* path);
+    int Read_Tmp_Conf_File(char* path);
+    int Process_Tmp_Config_File();
+    void QAPI_Clean_Tables();
+    int Locate_Record(char* message_type, int* message_type_code);
+    /// Formats an error text of at most 199 characters into the object's static buffer.
+    char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    static void* Process_Messages(void* unused);
+    static void* Process_DS_Messages(void* unused);
+
+private:
+    int Report_Already_Initialized();
+    void Start_Threads(void* (*reader)(void*));
+    void Request_Stop(int role);
+    int Stop_Without_Waiting();
+    static void Join_Left_Threads();
+    static void AtExitQcApi();
+
+    char dest_host[60 + 1] = {}; // host text given to Connect; a spare zero behind it
+    short dest_port = 0;         // port given to Connect; 0: the configuration alone chooses the servers
+    std::string last_error_msg;  // text of the last failure of Initialize or of the configuration readers
+    std::mutex& mutex_lock;      // guards the received-message tables; lives as long as the process
+    Master_Mutex& master_mutex;  // one callback at a time; lives as long as the process
+};

@@ -1,0 +1,116 @@
+#include "system_seam.h"
+
+#include <arpa/inet.h>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <ctime>
+#include <memory>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/random.h>
+#include <sys/select.h>
+#include <sys/times.h>
+#include <unistd.h>
+
+namespace {
+
+std::int64_t real_ticks(int* ticks_per_second)
+{
+    static const int per_second = static_cast<int>(sysconf(_SC_CLK_TCK));
+    *ticks_per_second = per_second;
+    tms unused;
+    return times(&unused);
+}
+
+std::int64_t real_wall_seconds()
+{
+    return std::time(nullptr);
+}
+
+int real_sleep(timeval span)
+{
+    return select(0, nullptr, nullptr, nullptr, &span);
+}
+
+bool real_wait(std::condition_variable& changed, std::unique_lock<std::mutex>& lock, timeval span)
+{
+    const auto wait = std::chrono::seconds(span.tv_sec) + std::chrono::microseconds(span.tv_usec);
+    return changed.wait_for(lock, wait) == std::cv_status::no_timeout;
+}
+
+void real_random_bytes(void* target, std::size_t count)
+{
+    auto* bytes = static_cast<unsigned char*>(target);
+    while (count > 0) {
+        // The pool of a running system is always ready; only a signal can cut a long read short.
+        const ssize_t got = getrandom(bytes, count, 0);
+        if (got > 0) {
+            bytes += got;
+            count -= static_cast<std::size_t>(got);
+        }
+    }
+}
+
+std::string address_text(const addrinfo& entry)
+{
+    std::array<char, 255> text{};
+    const void* address = nullptr;
+    if (entry.ai_family == AF_INET) {
+        address = &reinterpret_cast<const sockaddr_in*>(entry.ai_addr)->sin_addr;
+    } else if (entry.ai_family == AF_INET6) {
+        address = &reinterpret_cast<const sockaddr_in6*>(entry.ai_addr)->sin6_addr;
+    }
+    if (address == nullptr || inet_ntop(entry.ai_family, address, text.data(), text.size()) == nullptr) {
+        return {};
+    }
+    return text.data();
+}
+
+bool real_local_addresses(std::vector<std::string>& texts)
+{
+    std::array<char, 256> name{};
+    if (gethostname(name.data(), name.size() - 1) != 0) {
+        return false;
+    }
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    if (getaddrinfo(name.data(), nullptr, &hints, &found) != 0) {
+        return false;
+    }
+    const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
+    for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
+        if (std::string text = address_text(*entry); !text.empty()) {
+            texts.push_back(std::move(text));
+        }
+    }
+    return true;
+}
+
+constexpr SystemCalls real_system{.ticks = real_ticks,
+                                  .wall_seconds = real_wall_seconds,
+                                  .sleep = real_sleep,
+                                  .wait = real_wait,
+                                  .random_bytes = real_random_bytes,
+                                  .local_addresses = real_local_addresses};
+
+constinit std::atomic<const SystemCalls*> system_in_force{&real_system};
+
+} // namespace
+
+const SystemCalls& System()
+{
+    return *system_in_force.load(std::memory_order_acquire);
+}
+
+const SystemCalls& Real_System()
+{
+    return real_system;
+}
+
+void Set_System(const SystemCalls* calls)
+{
+    system_in_force.store(calls != nullptr ? calls : &real_system, std::memory_order_release);
+}

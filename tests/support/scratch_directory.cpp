@@ -1,0 +1,34 @@
+#include "scratch_directory.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+ScratchDirectory::ScratchDirectory() : m_before(fs::current_path())
+{
+    std::string pattern = (fs::temp_directory_path() / "qapi-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        throw std::runtime_error("no scratch directory");
+    }
+    m_path = pattern;
+    fs::current_path(m_path);
+}
+
+ScratchDirectory::~ScratchDirectory()
+{
+    std::error_code ignored;
+    fs::current_path(m_before, ignored);
+    fs::remove_all(m_path, ignored);
+}
+
+void ScratchDirectory::write(const std::string& name, const std::string& bytes) const
+{
+    std::ofstream(path(name), std::ios::binary) << bytes;
+}
+
+std::string ScratchDirectory::read(const std::string& name) const
+{
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
