@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <benchmark/benchmark.h>
 #include <cerrno>
 #include <chrono>
@@ -22,9 +21,10 @@ namespace {
 
 constexpr int ring_slots = 4096;
 constexpr int record_len = 1500;
-constexpr int window = 4000; // records that may be under way
+constexpr int batch = 500;       // records of one permit
+constexpr int batches_ahead = 8; // 4000 records may be under way
 constexpr int rounds = 75;
-constexpr int records_per_round = 40'000;
+constexpr int batches_per_round = 80;
 constexpr int round_trips = 4'000;
 
 class BareRing
@@ -95,53 +95,57 @@ double seconds_since(std::chrono::steady_clock::time_point start)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Records that the consumer has taken; producers read it now and then, to stay inside the window.
-struct alignas(64) Progress
+// Keeps producers from running further ahead than the bare ring holds: one permit is one batch of records. Nobody
+// spins, since a spinning producer would be measured and not the ring.
+class Permits
 {
-    std::atomic<int> taken{0};
+public:
+    Permits() { sem_init(&m_permits, 0, batches_ahead); }
+    ~Permits() { sem_destroy(&m_permits); }
+    Permits(const Permits&) = delete;
+    Permits& operator=(const Permits&) = delete;
+
+    void Use() { sem_wait(&m_permits); }
+    void Give_Back() { sem_post(&m_permits); }
+
+private:
+    sem_t m_permits{};
 };
 
-// A producer that has used up its share of the window waits until half of it is free again, so that the two sides don't
-// run in lockstep.
-template <typename Ring> void produce(Ring& ring, int count, int producers, const Progress& progress)
+template <typename Ring> void produce(Ring& ring, int batches, Permits& permits)
 {
     const std::vector<char> record(record_len, 'r');
-    const int share = window / producers;
-    int allowed = share;
-    for (int sent = 0; sent < count; ++sent) {
-        while (sent == allowed) {
-            const int free_up_to = progress.taken.load(std::memory_order_relaxed) / producers + share;
-            if (free_up_to - sent >= share / 2) {
-                allowed = free_up_to;
-            } else {
-                std::this_thread::yield();
-            }
+    for (int i = 0; i < batches; ++i) {
+        permits.Use();
+        for (int j = 0; j < batch; ++j) {
+            ring.Put(22, record.data(), record_len);
         }
-        ring.Put(22, record.data(), record_len);
     }
 }
 
 // Records a second.
 template <typename Ring> double hand_over(Ring& ring, int producers)
 {
-    Progress progress;
-    const int each = records_per_round / producers;
+    Permits left;
+    const int records = batches_per_round * batch;
     std::vector<std::thread> threads;
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < producers; ++i) {
-        threads.emplace_back([&] { produce(ring, each, producers, progress); });
+        threads.emplace_back([&] { produce(ring, batches_per_round / producers, left); });
     }
     std::array<char, MESSAGE_TRANS_RECORD_SIZE> record;
     int len = 0;
-    for (int taken = 1; taken <= each * producers; ++taken) {
+    for (int taken = 1; taken <= records; ++taken) {
         benchmark::DoNotOptimize(ring.Take(record.data(), &len));
-        progress.taken.store(taken, std::memory_order_relaxed);
+        if (taken % batch == 0) {
+            left.Give_Back();
+        }
     }
     const double seconds = seconds_since(start);
     for (std::thread& thread : threads) {
         thread.join();
     }
-    return each * producers / seconds;
+    return records / seconds;
 }
 
 // Half a round trip, in seconds.
