@@ -15,11 +15,6 @@ target_compile_definitions(qapi_build INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(qapi_build INTERFACE -Wthread-safety)
 endif()
-if(QAPI_M32)
-  # Every object of the tree, GoogleTest's included, has the same width.
-  add_compile_options(-m32)
-  add_link_options(-m32)
-endif()
 if(QAPI_SANITIZE)
   add_compile_options(-fsanitize=${QAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QAPI_SANITIZE})

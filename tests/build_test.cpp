@@ -13,9 +13,11 @@
 
 static_assert(sizeof(std::time_t) == 8);
 static_assert(sizeof(off_t) == 8);
-static_assert(sizeof(timeval{}.tv_sec) == 8);
-static_assert(sizeof(struct stat{}.st_size) == 8);
-static_assert(sizeof(struct stat{}.st_mtime) == 8);
+static_assert(sizeof(timeval::tv_sec) == 8);
+
+using FileStatus = struct stat;
+static_assert(sizeof(FileStatus::st_size) == 8);
+static_assert(sizeof(FileStatus::st_mtim.tv_sec) == 8);
 
 namespace {
 
@@ -38,7 +40,7 @@ TEST(Build, AFileKeepsItsDateAfter2038)
     directory.write("file", "x");
     const timespec times[2] = {{noon_of_july_1_2040, 0}, {noon_of_july_1_2040, 0}};
     ASSERT_EQ(utimensat(AT_FDCWD, "file", times, 0), 0);
-    struct stat status{};
+    FileStatus status{};
     ASSERT_EQ(stat("file", &status), 0);
     EXPECT_EQ(status.st_mtime, noon_of_july_1_2040);
 }
