@@ -12,8 +12,11 @@
 // Offset of the adjusted clock, in ticks. Written by COMMON_Adjust_Time alone.
 extern std::atomic<long> Glb_time_diff;
 
-// Today as YYYYMMDD of the adjusted local time; a spare zero stands behind the eight digits.
+// Today as YYYYMMDD of the adjusted local time; a spare zero stands behind the eight digits. Several threads write it:
+// use the two functions below while threads run.
 extern char Glb_last_sent_date[8 + 1];
+void Put_Last_Sent_Date(const char* date); // 8 characters, no terminator needed
+void Get_Last_Sent_Date(char* date);       // 9 bytes, with the terminator
 
 // Number given to the last persistent message sent. Starts again every day.
 extern std::atomic<unsigned> Glb_last_sent_message_num;
