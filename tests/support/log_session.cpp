@@ -67,10 +67,10 @@ std::vector<std::string> Bodies_Of(const std::string& bytes)
 
 std::int64_t Moment(int year, unsigned month, unsigned day, int hour, int minute, int second)
 {
-    using namespace std::chrono;
-    const sys_days date = std::chrono::year(year) / month / day;
-    const auto moment = date + hours(hour) + minutes(minute) + seconds(second);
-    return duration_cast<seconds>(moment.time_since_epoch()).count();
+    namespace ch = std::chrono;
+    const ch::sys_days date = ch::year_month_day(ch::year(year), ch::month(month), ch::day(day));
+    const auto moment = date + ch::hours(hour) + ch::minutes(minute) + ch::seconds(second);
+    return ch::duration_cast<ch::seconds>(moment.time_since_epoch()).count();
 }
 
 LogSession::LogSession()
