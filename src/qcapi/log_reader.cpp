@@ -137,13 +137,12 @@ bool LogReader::next(LogEntry& entry)
 // Afterwards the longest record stands ahead, or all that is left.
 void LogReader::fill()
 {
-    if (m_end - m_begin >= longest_record || m_source_ended) {
-        return;
+    if (m_begin + longest_record > m_buffer.size()) {
+        std::copy(m_buffer.data() + m_begin, m_buffer.data() + m_end, m_buffer.data());
+        m_end -= m_begin;
+        m_begin = 0;
     }
-    std::copy(m_buffer.data() + m_begin, m_buffer.data() + m_end, m_buffer.data());
-    m_end -= m_begin;
-    m_begin = 0;
-    while (m_end < longest_record && !m_source_ended) {
+    while (m_end - m_begin < longest_record && !m_source_ended) {
         const std::span<char> room = std::span(m_buffer).subspan(m_end);
         const std::size_t got = std::min(m_source(room), room.size());
         m_end += got;

@@ -62,7 +62,7 @@ public:
     bool next(LogEntry& entry);
 
 private:
-    static constexpr std::size_t buffer_size = 64 * 1024; // a whole number of reads between two moves of the rest
+    static constexpr std::size_t buffer_size = 64 * 1024; // far above a record, so that the rest is seldom moved
     static constexpr std::size_t longest_record = log_layout::LONGEST_RECORD;
 
     [[nodiscard]] std::string_view ahead() const { return {m_buffer.data() + m_begin, m_end - m_begin}; }

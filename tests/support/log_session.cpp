@@ -1,5 +1,7 @@
 #include "log_session.h"
 
+#include "qcapi/log_files.h"
+
 #include <array>
 #include <cstdlib>
 #include <ctime>
@@ -65,15 +67,17 @@ std::vector<std::string> Bodies_Of(const std::string& bytes)
 
 std::int64_t Moment(int year, unsigned month, unsigned day, int hour, int minute, int second)
 {
-    using namespace std::chrono;
-    const sys_days date = std::chrono::year(year) / month / day;
-    const auto moment = date + hours(hour) + minutes(minute) + seconds(second);
-    return duration_cast<seconds>(moment.time_since_epoch()).count();
+    namespace ch = std::chrono;
+    const ch::sys_days date = ch::year_month_day(ch::year(year), ch::month(month), ch::day(day));
+    const auto moment = date + ch::hours(hour) + ch::minutes(minute) + ch::seconds(second);
+    return ch::duration_cast<ch::seconds>(moment.time_since_epoch()).count();
 }
 
 LogSession::LogSession()
 {
     Set_Time_Zone("UTC0");
+    Go_To(Moment(2001, 1, 1)); // whatever day an earlier test saw last, it is not next to this test's
+    LOG_Check_Update_Last_Log_Date();
     Go_To(Moment(2026, 11, 20, 9, 30, 5));
 }
 
