@@ -29,7 +29,7 @@ TEST_F(LifecycleTest, LoginStartsFourThreadsAndLogoutEndsThem)
     EXPECT_EQ(host.Logout(), 0);
     EXPECT_EQ(CQcApi::initialize_flag, QAPI_NOT_INITIALIZED);
     EXPECT_EQ(THRCT_Get_App_Thread_Counter(), 0);
-    EXPECT_EQ(host.lines().back(), stopped_line);
+    EXPECT_TRUE(host.has(stopped_line));
 }
 
 TEST_F(LifecycleTest, ASecondLoginIsRefusedAndLeavesTheSessionRunning)

@@ -266,6 +266,7 @@ void CQcApi::Join_Left_Threads()
 void CQcApi::AtExitQcApi()
 {
     if (initialize_flag == QAPI_NOT_INITIALIZED || Cur_Qapi == nullptr) {
+        LOG_End(); // threads that LogoutForce left may have lines waiting; the threads themselves are not waited for
         return;
     }
     atexitqapi = true;

@@ -2,7 +2,9 @@
 
 #include "print_entry.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -84,7 +86,7 @@ bool print_entries(std::FILE* input, bool with_packets)
 
 int trouble(const char* what)
 {
-    std::fprintf(stderr, "qapi-log-view: can't %s\n", what);
+    std::fprintf(stderr, "qapi-log-view: can't %s: %s\n", what, std::strerror(errno));
     return exit_trouble;
 }
 
