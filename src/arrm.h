@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <semaphore.h>
 #include <vector>
 
@@ -33,6 +34,7 @@ struct Mss_Rec
     int len = 0;                          // bytes of buf in use
     const char* source = nullptr;         // identity of the source; not owned
     char extra_data[CMSS_EXTRA_LEN] = {}; // bytes carried beside the message
+    int touched = 0;                      // bytes of buf that may differ from zero; all behind them are zero
 };
 
 class CMss_Arr
@@ -49,7 +51,7 @@ public:
 
     // Production without a copy: Init_Collect lends the next slot's buffer (the ring's record length), the caller
     // writes, Take_Collect publishes. Other producers wait in between, consumers don't. Source and extra data keep
-    // what the slot last held.
+    // what the slot last held. In between, the thread must not withdraw from this ring nor initialise it.
     void Init_Collect(int status, char** buffer) ACQUIRE(m_lock_collect);
     void Take_Collect(int len) RELEASE(m_lock_collect);
 
@@ -58,14 +60,16 @@ public:
     int Withdraw(char* dest, int* len, const char** source, char* extra);
 
     // Consumption without a copy: the buffer is the caller's until Take_Withdraw. Returns the status, or -1 (no lock
-    // held, no Take_Withdraw due) if there is none.
+    // held, no Take_Withdraw due) if there is none. In between, other consumers wait, producers don't; the thread may
+    // collect into this ring, but not withdraw again nor initialise it.
     int Init_Withdraw(char** buffer, int* len, const char** source, char* extra) NO_THREAD_SAFETY_ANALYSIS;
     void Take_Withdraw() NO_THREAD_SAFETY_ANALYSIS;
 
     // Discards the oldest record, if any. Its semaphore post stays, so a later wait can return 0.
     void Dropped();
 
-    // Empties the ring. Waits for a producer between Init_Collect and Take_Collect.
+    // Empties the ring. Waits for a producer between Init_Collect and Take_Collect and for a consumer between
+    // Init_Withdraw and Take_Withdraw: both would otherwise come back to a slot that is no longer theirs.
     void Initialize();
 
     // Empties the ring but for records of `status`, which stay in order: a stop that is under way must not be lost
@@ -78,6 +82,8 @@ public:
     [[nodiscard]] int Is_Any_Pkt() const; // a first look, without a lock
 
     int Change_Type(int type); // returns the previous type
+
+    // Grows the slot table; the number of slots never falls.
     void Resize(int num_recs) REQUIRES(m_lock);
 
     [[nodiscard]] unsigned Get_Total_Collected() const { return m_collected.load(std::memory_order_relaxed); }
@@ -94,6 +100,27 @@ public:
 private:
     friend class CMss_Arr_Test_Access; // lets tests open a transaction, which no operation does
 
+    void Trace(unsigned step);
+    [[nodiscard]] int Next(int slot) const;
+
+    // Producers: the slot they fill is theirs alone until Publish.
+    Mss_Rec& Free_Slot() REQUIRES(m_lock_collect);
+    int Set_Length(Mss_Rec& slot, int len) const;
+    void Fill(Mss_Rec& slot, const char* data) const;
+    void Publish(int len) REQUIRES(m_lock_collect);
+    void Advance_Collect() REQUIRES(m_lock);
+    bool Count_Collected(int len) REQUIRES(m_lock);
+
+    // Consumers: the slot they read stays inside the ring until Advance_Withdraw.
+    std::optional<int> Lend_Oldest(char** buffer, int* len, const char** source, char* extra) REQUIRES(m_lock_withdraw);
+    void Advance_Withdraw() REQUIRES(m_lock);
+    void Count_Removed(int len, std::atomic<unsigned>& removed) REQUIRES(m_lock);
+
+    bool Try_Wait();
+    void Reset() REQUIRES(m_lock);
+    int Gather(int status) REQUIRES(m_lock);
+
+    // Order: m_lock_withdraw, m_lock_collect, m_lock.
     Mutex m_lock;          // indices, counters, slot table
     Mutex m_lock_collect;  // one producer at a time
     Mutex m_lock_withdraw; // one consumer at a time
@@ -103,6 +130,7 @@ private:
     std::atomic<int> m_next_collect{0};  // slot to fill next
     const int m_rec_len;
     int m_type GUARDED_BY(m_lock);
+    bool m_lent GUARDED_BY(m_lock) = false;   // a consumer reads the oldest record
     int m_transaction GUARDED_BY(m_lock) = 0; // entries of m_transaction_array in force
     int m_transaction_pending GUARDED_BY(m_lock) = 0;
     CvArray<int> m_transaction_array GUARDED_BY(m_lock){TRANS_STACK_SIZE};
@@ -111,7 +139,7 @@ private:
     std::atomic<unsigned> m_pending{0};
     std::atomic<unsigned> m_dropped{0};
     std::atomic<unsigned> m_data_packets{0};
-    std::vector<Mss_Rec> m_records;
+    std::vector<Mss_Rec> m_records; // changes under m_lock_collect and m_lock, so either will do to read it
     std::atomic<unsigned> m_flag{0};
 };
 

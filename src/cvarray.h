@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 template <typename T> class CvArray
 {
@@ -14,13 +15,13 @@ public:
     T& operator[](int i) { return T_ptr[static_cast<unsigned>(i)]; }
 
     // Grows to twice `i` first when `i` is at or above the capacity. An index of 0 on an empty array does not grow it
-    // (0 twice is 0), so that element must not be used then.
+    // (0 twice is 0); what it gives then is a spare element outside the array.
     T& operator()(int i)
     {
         if (i >= max_number) {
             Set_New_Limit(i * 2);
         }
-        return T_ptr[static_cast<unsigned>(i)];
+        return max_number > 0 ? T_ptr[static_cast<unsigned>(i)] : m_spare;
     }
 
     // Takes the source's elements and grows to its capacity; the use count and cursors stay this array's own.
@@ -69,4 +70,5 @@ public:
 private:
     int max_number = 0;
     std::unique_ptr<T[]> T_ptr;
+    T m_spare{};
 };

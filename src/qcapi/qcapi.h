@@ -244,8 +244,6 @@ protected:
     int Read_Conf_File(char* path);
     int Read_Tmp_Conf_File(char* path);
     int Process_Tmp_Config_File();
-    void QAPI_Clean_Tables();
-    int Locate_Record(char* message_type, int* message_type_code);
     /// Formats an error text of at most 199 characters into the object's static buffer.
     char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
     static void* Process_Messages(void* unused);
@@ -254,7 +252,6 @@ protected:
 private:
     int Report_Already_Initialized();
     void Start_Threads(void* (*reader)(void*));
-    void Request_Stop(int role);
     int Stop_Without_Waiting();
     static void Join_Left_Threads();
     static void AtExitQcApi();

@@ -1,0 +1,25 @@
+# libqapi.a and libqapi.so, from one set of position-independent objects.
+file(GLOB_RECURSE QAPI_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
+add_library(qapi_objects OBJECT ${QAPI_SOURCES})
+target_include_directories(qapi_objects PUBLIC src)
+target_link_libraries(qapi_objects PUBLIC qapi_build Threads::Threads)
+
+add_library(qapi_static STATIC $<TARGET_OBJECTS:qapi_objects>)
+add_library(qapi_shared SHARED $<TARGET_OBJECTS:qapi_objects>)
+foreach(library qapi_static qapi_shared)
+  target_link_libraries(${library} PUBLIC Threads::Threads)
+  target_compile_features(${library} INTERFACE cxx_std_17) # what the public headers ask of a host
+  target_include_directories(${library} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${library} PROPERTIES OUTPUT_NAME qapi LINKER_LANGUAGE CXX)
+endforeach()
+
+# Hidden visibility alone is not enough: the standard library's headers mark their templates as visible, and each one
+# that is instantiated here would be exported, to be mixed at run time with the host's own. The list of exports decides.
+set(QAPI_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/qapi.exports)
+set_target_properties(qapi_shared PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+                                             LINK_DEPENDS ${QAPI_EXPORTS})
+target_link_options(qapi_shared PRIVATE -Wl,--version-script=${QAPI_EXPORTS})
+if(NOT QAPI_SANITIZE) # a sanitizer's own functions are left to the host program
+  target_link_options(qapi_shared PRIVATE -Wl,-z,defs)
+endif()

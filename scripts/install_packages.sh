@@ -1,0 +1,56 @@
+#!/bin/bash
+# Installs the Debian packages that a task needs and this machine lacks. Silent when there is nothing to do.
+# Usage: install_packages.sh demo|test|format|fuzz|ci
+set -euo pipefail
+
+demo="g++ cmake ninja-build"
+test="$demo libgtest-dev libgmock-dev libbenchmark-dev pkgconf"
+format="clang-format"
+fuzz="$demo clang libclang-rt-14-dev llvm"
+# g++-multilib and the sources of GoogleTest are for the 32-bit build.
+ci="$test $format $fuzz clang-tidy g++-multilib googletest"
+
+case "${1-}" in
+demo | test | format | fuzz | ci) wanted=${!1} ;;
+*)
+    sed -n '2,3s/^# //p' "$0" >&2
+    exit 2
+    ;;
+esac
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "This is not a Debian system; taking for granted what these packages hold: $wanted"
+    exit 0
+fi
+
+missing=()
+for package in $wanted; do
+    status=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Missing packages, and no sudo to install them. As root: apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+    # An unattended run can't type a password: fail at once.
+    [ "${CI-}" != true ] || as_root+=(--non-interactive)
+fi
+
+echo "Installing Debian packages: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+apt_get() {
+    # The environment is set behind sudo, which drops it.
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes "$@" </dev/null >"$log" 2>&1 || {
+        cat "$log" >&2
+        echo "apt-get $1 failed" >&2
+        exit 1
+    }
+}
+apt_get update
+apt_get install --no-install-recommends "${missing[@]}"

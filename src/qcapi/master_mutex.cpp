@@ -1,0 +1,98 @@
+#include "master_mutex.h"
+
+void Master_Mutex::Lock()
+{
+    std::unique_lock lock(m_guard);
+    if (m_depth > 0 && m_owner == std::this_thread::get_id()) {
+        ++m_depth;
+        return;
+    }
+    wait_for_turn(lock);
+}
+
+void Master_Mutex::Unlock()
+{
+    const std::lock_guard lock(m_guard);
+    if (m_depth > 0 && m_owner == std::this_thread::get_id() && --m_depth == 0) {
+        pass_on();
+    }
+}
+
+bool Master_Mutex::Is_Mine()
+{
+    const std::lock_guard lock(m_guard);
+    return m_depth > 0 && m_owner == std::this_thread::get_id();
+}
+
+int Master_Mutex::Waiting()
+{
+    const std::lock_guard lock(m_guard);
+    return static_cast<int>(m_next_ticket - m_now_serving) - (m_depth > 0 ? 1 : 0);
+}
+
+void Master_Mutex::Let_Waiting_Threads_In()
+{
+    const int depth = Give_Up();
+    // The ticket drawn here stands behind those of all who wait now.
+    std::unique_lock lock(m_guard);
+    if (m_exiting) {
+        return;
+    }
+    wait_for_turn(lock);
+    if (m_exiting) {
+        m_depth = 0;
+        pass_on();
+        return;
+    }
+    m_depth = depth > 0 ? depth : 1;
+    m_parked = true;
+}
+
+int Master_Mutex::Give_Up()
+{
+    const std::lock_guard lock(m_guard);
+    if (m_depth == 0 || m_owner != std::this_thread::get_id()) {
+        return 0;
+    }
+    const int depth = m_depth;
+    m_depth = 0;
+    pass_on();
+    return depth;
+}
+
+void Master_Mutex::Take_Back(int depth)
+{
+    std::unique_lock lock(m_guard);
+    if (depth == 0 || m_exiting) {
+        return;
+    }
+    wait_for_turn(lock);
+    m_depth = depth;
+    m_parked = true;
+}
+
+void Master_Mutex::Open_For_Exit()
+{
+    const std::lock_guard lock(m_guard);
+    m_exiting = true;
+    if (m_parked) {
+        m_depth = 0;
+        pass_on();
+    }
+}
+
+void Master_Mutex::wait_for_turn(std::unique_lock<std::mutex>& lock)
+{
+    const std::uint64_t ticket = m_next_ticket++;
+    m_turn.wait(lock, [&] { return m_now_serving == ticket; });
+    m_owner = std::this_thread::get_id();
+    m_depth = 1;
+}
+
+void Master_Mutex::pass_on()
+{
+    m_owner = {};
+    m_parked = false;
+    ++m_now_serving;
+    m_turn.notify_all();
+}

@@ -1,0 +1,46 @@
+// The lock that lets one callback run at a time. Beside a plain mutex it knows three things:
+//
+//  - its own thread: a report raised inside a callback reaches OnError on the same thread, so a thread that holds the
+//    lock may take it again, and a thread that holds nothing may release without harm;
+//  - its queue: threads get it in the order in which they asked. ProcessMyEvents opens it for an instant, and those
+//    who wait must be served in that instant, which a plain mutex does not promise;
+//  - parking: between two ProcessMyEvents the master thread holds it while it runs the host's own code. A process that
+//    exits meanwhile must be able to open it, or the pending callbacks would keep the worker threads from ending.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+
+class Master_Mutex
+{
+public:
+    void Lock();
+    void Unlock(); // nothing happens unless the calling thread holds it
+    [[nodiscard]] bool Is_Mine();
+    [[nodiscard]] int Waiting(); // threads that asked and have not got it yet
+
+    // Lets every thread that waits now have its turn, then parks the lock with the calling thread.
+    void Let_Waiting_Threads_In();
+
+    // Gives up all that the calling thread holds, and what Take_Back needs to restore it: 0 if it held nothing.
+    int Give_Up();
+    void Take_Back(int depth);
+
+    // For the process's exit: opens a parked lock, and nobody parks it again.
+    void Open_For_Exit();
+
+private:
+    void wait_for_turn(std::unique_lock<std::mutex>& lock);
+    void pass_on();
+
+    std::mutex m_guard; // held for moments only, never during a callback
+    std::condition_variable m_turn;
+    std::uint64_t m_next_ticket = 0;
+    std::uint64_t m_now_serving = 0;
+    std::thread::id m_owner;
+    int m_depth = 0; // how often the owner took it; 0: free
+    bool m_parked = false;
+    bool m_exiting = false;
+};

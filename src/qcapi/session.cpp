@@ -1,0 +1,74 @@
+#include "session.h"
+
+#include <csignal>
+
+Worker_Thread glb_thread_log{.name = "log"};
+Worker_Thread glb_thread_read{.name = "reader"};
+Worker_Thread glb_thread_send{.name = "sender"};
+Worker_Thread glb_thread_dcon{.name = "connection"};
+
+pthread_t glb_master_thread;
+
+std::atomic<int> Glb_Log_Flag{0};
+std::atomic<int> Glb_main_connected{0};
+std::atomic<unsigned> Glb_Proc_Flag{0};
+unsigned glb_num_proc_msgs = 0;
+
+ProcessLifetime<std::string> L_dir_name([] { return new std::string; });
+ProcessLifetime<Master_Mutex> The_Master_Mutex([] { return new Master_Mutex; });
+ProcessLifetime<std::mutex> The_Mailbox_Mutex([] { return new std::mutex; });
+
+namespace {
+
+thread_local Worker_Thread* this_worker = nullptr;
+
+void* run_worker(void* worker)
+{
+    this_worker = static_cast<Worker_Thread*>(worker);
+    return this_worker->entry(this_worker->argument);
+}
+
+// Signals that the process gets from outside belong to the host's threads; faults stay with the thread that makes them.
+class OutsideSignalsBlocked
+{
+public:
+    OutsideSignalsBlocked()
+    {
+        sigset_t outside;
+        sigfillset(&outside);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS, SIGPROF}) {
+            sigdelset(&outside, fault);
+        }
+        pthread_sigmask(SIG_SETMASK, &outside, &m_before);
+    }
+    ~OutsideSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    OutsideSignalsBlocked(const OutsideSignalsBlocked&) = delete;
+    OutsideSignalsBlocked& operator=(const OutsideSignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+} // namespace
+
+void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
+{
+    const OutsideSignalsBlocked inherited_by_the_worker;
+    worker.entry = entry;
+    worker.argument = argument;
+    worker.result = pthread_create(&worker.id, nullptr, run_worker, &worker);
+    worker.joinable = worker.result == 0;
+}
+
+void Join_Worker(Worker_Thread& worker)
+{
+    if (worker.joinable) {
+        pthread_join(worker.id, nullptr);
+        worker.joinable = false;
+    }
+}
+
+Worker_Thread* This_Worker()
+{
+    return this_worker;
+}

@@ -1,0 +1,54 @@
+// What the sources of the API class share: the worker threads of a session and the words that several of them read.
+#pragma once
+
+#include "master_mutex.h"
+#include "process_lifetime.h"
+
+#include <atomic>
+#include <mutex>
+#include <pthread.h>
+#include <string>
+
+// One of the four threads of a session. Filled by the thread that starts the session, which also joins it.
+struct Worker_Thread
+{
+    const char* name;
+    pthread_t id{};
+    int result = 0;        // of the thread's creation
+    bool joinable = false; // started and not joined yet; stays so after LogoutForce
+    void* (*entry)(void*) = nullptr;
+    void* argument = nullptr;
+};
+
+extern Worker_Thread glb_thread_log;
+extern Worker_Thread glb_thread_read;
+extern Worker_Thread glb_thread_send;
+extern Worker_Thread glb_thread_dcon;
+
+void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument);
+void Join_Worker(Worker_Thread& worker);
+
+// The worker that the calling thread is, or null.
+Worker_Thread* This_Worker();
+
+extern pthread_t glb_master_thread; // the thread that built the API object
+
+extern std::atomic<int> Glb_Log_Flag;       // 1 once the primary tables have arrived, until Logout
+extern std::atomic<int> Glb_main_connected; // 1 from the open of the connection to its close
+extern std::atomic<unsigned> Glb_Proc_Flag; // the reader's last eight steps, four bits each, for post-mortem reading
+extern unsigned glb_num_proc_msgs;          // messages that the reader has taken
+
+// The directory of the session, taken at Initialize.
+extern ProcessLifetime<std::string> L_dir_name;
+
+// Behind CQcApi::master_mutex and CQcApi::mutex_lock: threads may outlive the object, so the locks outlive it too.
+extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
+extern ProcessLifetime<std::mutex> The_Mailbox_Mutex;
+
+struct DCON_DESCR;
+
+// Brings a connection descriptor to its state before any configuration: the rings, and no host.
+void Prepare_Connection(DCON_DESCR& descr);
+
+// Empties the inbound and outbound rings and clears the request to the connection thread, before threads start.
+void Prepare_Rings();

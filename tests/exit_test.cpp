@@ -1,0 +1,198 @@
+// How the process ends: by exit() in any thread and at any moment, and by the deliberate crash behind 35 seconds.
+#include "arrm.h"
+#include "fake_system.h"
+#include "global.h"
+#include "session_fixture.h"
+#include "thrct.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+class ExitTest : public SessionTest
+{
+protected:
+    ExitTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+};
+
+constexpr const char* cant_connect = "status 7 Can't connect";
+
+// Tells on standard error what it hears, which is where a death test listens.
+struct TellingHost : RecordingHost
+{
+    TellingHost()
+    {
+        in_callback = [](const std::string& line) { std::fprintf(stderr, "[%s]\n", line.c_str()); };
+    }
+};
+
+// Waits of the library return at once here, as if their second had passed; all else is real.
+void let_waits_pass_at_once()
+{
+    static SystemCalls calls = Real_System();
+    calls.wait = [](std::condition_variable&, std::unique_lock<std::mutex>&, timeval span) {
+        std::fprintf(stderr, "<%ld>", static_cast<long>(span.tv_sec));
+        return false;
+    };
+    Set_System(&calls);
+}
+
+std::string thirty_five_seconds()
+{
+    std::string waits;
+    for (int i = 0; i < 35; ++i) {
+        waits += "<1>";
+    }
+    return waits;
+}
+
+using testing::ExitedWithCode;
+using testing::KilledBySignal;
+
+TEST_F(ExitTest, ACallbackThatNeverReturnsEndsTheProcessAfterThirtyFiveSeconds)
+{
+    EXPECT_EXIT(
+        {
+            let_crashes_kill();
+            RecordingHost host;
+            host.login();
+            wait_for_worker_threads(4);
+            std::atomic<bool> stuck{false};
+            host.in_callback = [&](const std::string& line) {
+                if (line == cant_connect) {
+                    stuck = true;
+                    stuck.notify_all();
+                    for (;;) {
+                        pause();
+                    }
+                }
+            };
+            connection_says(TCP_ERROR_CANT_CONNECT);
+            stuck.wait(false);
+            let_waits_pass_at_once();
+            host.Logout();
+        },
+        KilledBySignal(SIGSEGV), thirty_five_seconds());
+}
+
+TEST_F(ExitTest, LogoutAfterConnectWaitsForTheLogThreadInVain)
+{
+    EXPECT_EXIT(
+        {
+            let_crashes_kill();
+            RecordingHost host;
+            host.connect("127.0.0.1", 1);
+            wait_for_worker_threads(4);
+            let_waits_pass_at_once();
+            host.Logout();
+        },
+        KilledBySignal(SIGSEGV), thirty_five_seconds());
+}
+
+TEST_F(ExitTest, ASessionThatRunsAtExitIsStoppedWithoutStatusCallbacks)
+{
+    EXPECT_EXIT(
+        {
+            TellingHost* host = new TellingHost; // lives until the end of the process
+            host->login();
+            host->ProcessMyEvents(); // the reader's callbacks wait from here on
+            connection_says(TCP_ERROR_CANT_CONNECT);
+            connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "closed at exit");
+            while (Glb_Recv_Mss->Get_Total_DataPacket() < 1) {
+                std::this_thread::yield();
+            }
+            std::exit(5);
+        },
+        ExitedWithCode(5),
+        "^(.status 7 Can't connect.\n)?.error 0 Waiting threads termination[.]*( / 0 0).\n"
+        "(.status 7 Can't connect.\n)?.disconnection [0-9] closed at exit.\n$");
+}
+
+TEST_F(ExitTest, ExitInsideACallbackEndsTheOtherThreadsAndNotItsOwn)
+{
+    EXPECT_EXIT(
+        {
+            TellingHost* host = new TellingHost;
+            host->in_callback = [](const std::string& line) {
+                if (line == cant_connect) {
+                    std::exit(6);
+                }
+                std::fprintf(stderr, "[%s]\n", line.c_str());
+            };
+            host->login();
+            connection_says(TCP_ERROR_CANT_CONNECT);
+            for (;;) {
+                pause();
+            }
+        },
+        ExitedWithCode(6), "Waiting threads termination");
+}
+
+TEST_F(ExitTest, ExitOfAnotherThreadOpensWhatTheMasterThreadKeepsClosed)
+{
+    EXPECT_EXIT(
+        {
+            TellingHost* host = new TellingHost;
+            host->login();
+            host->ProcessMyEvents();
+            connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "closed at exit");
+            std::thread([] { std::exit(7); }).detach();
+            for (;;) {
+                pause();
+            }
+        },
+        ExitedWithCode(7), "disconnection [0-9] closed at exit");
+}
+
+TEST_F(ExitTest, ExitWhileTheThreadsOfALogoutForceStillRun)
+{
+    EXPECT_EXIT(
+        {
+            TellingHost* host = new TellingHost;
+            host->login();
+            host->LogoutForce();
+            std::exit(8);
+        },
+        ExitedWithCode(8), "");
+}
+
+TEST_F(ExitTest, ExitInTheServerRoleLeftByForce)
+{
+    EXPECT_EXIT(
+        {
+            static TellingHost host; // its destructor runs at exit and joins what is left
+            host.connect("127.0.0.1", 1);
+            host.LogoutForce();
+            std::exit(9);
+        },
+        ExitedWithCode(9), "Waiting threads termination");
+}
+
+TEST_F(ExitTest, ExitInTheServerRoleWhileItRuns)
+{
+    EXPECT_EXIT(
+        {
+            TellingHost* host = new TellingHost;
+            host->connect("127.0.0.1", 1);
+            wait_for_worker_threads(4);
+            std::exit(10);
+        },
+        ExitedWithCode(10), "^$");
+}
+
+TEST_F(ExitTest, AnObjectThatIsGoneAtExitIsNotAskedToStop)
+{
+    EXPECT_EXIT(
+        {
+            {
+                RecordingHost host;
+                host.login();
+            }
+            std::exit(11);
+        },
+        ExitedWithCode(11), "");
+}
+
+} // namespace

@@ -1,0 +1,31 @@
+// A scratch directory with a good configuration, and what session tests look at.
+#pragma once
+
+#include "recording_host.h"
+#include "scratch_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+class SessionTest : public testing::Test
+{
+protected:
+    SessionTest() { scratch.write("qapi.cfg", "data_server = DSAB\nlocal_code = L001\n"); }
+
+    // Puts a record of the connection's into the inbound ring, as the connection thread does.
+    static void connection_says(int status, const std::string& data = "D", const char* source = "D");
+
+    static void wait_for_worker_threads(int number);
+    static int open_descriptors();
+    static int running_threads();
+
+    ScratchDirectory scratch;
+};
+
+// For the start of a death test's statement: a crash is to end the process as a crash, also under a sanitizer, and
+// leave no core file.
+void let_crashes_kill();
+
+// The text records of a running log, prefix and all, one string each.
+std::vector<std::string> text_lines_of_log(const std::string& bytes);
