@@ -85,9 +85,8 @@ void CMss_Arr::Collect(int status, const char* data, int len, const char* source
         if (extra != nullptr) {
             std::memcpy(slot.extra_data, extra, sizeof slot.extra_data);
         }
-        Publish(slot.len);
+        Publish(slot.len, trace_collect);
     }
-    Trace(trace_collect + trace_exit);
     report_clipped(excess);
 }
 
@@ -107,9 +106,8 @@ void CMss_Arr::Take_Collect(int len)
     Trace(trace_take_collect);
     Mss_Rec& slot = Free_Slot();
     const int excess = Set_Length(slot, len);
-    Publish(slot.len);
+    Publish(slot.len, trace_take_collect);
     m_lock_collect.unlock();
-    Trace(trace_take_collect + trace_exit);
     report_clipped(excess);
 }
 
@@ -294,14 +292,16 @@ void CMss_Arr::Fill(Mss_Rec& slot, const char* data) const
 }
 
 // Posts after m_lock is free, so that a consumer woken by it doesn't run into the lock, and before m_lock_collect is,
-// so that Initialize finds the posts and the records in step.
-void CMss_Arr::Publish(int len)
+// so that Initialize finds the posts and the records in step. The operation's exit is noted first: afterwards the words
+// that both sides write belong to the consumer's processor.
+void CMss_Arr::Publish(int len, unsigned step)
 {
     bool posted = false;
     {
         const MutexLock lock(m_lock);
         Advance_Collect();
         posted = Count_Collected(len);
+        Trace(step + trace_exit);
     }
     if (posted) {
         sem_post(&m_sem);

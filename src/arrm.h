@@ -10,6 +10,7 @@
 #include "process_lifetime.h"
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <semaphore.h>
@@ -107,7 +108,7 @@ private:
     Mss_Rec& Free_Slot() REQUIRES(m_lock_collect);
     int Set_Length(Mss_Rec& slot, int len) const;
     void Fill(Mss_Rec& slot, const char* data) const;
-    void Publish(int len) REQUIRES(m_lock_collect);
+    void Publish(int len, unsigned step) REQUIRES(m_lock_collect);
     void Advance_Collect() REQUIRES(m_lock);
     bool Count_Collected(int len) REQUIRES(m_lock);
 
@@ -120,27 +121,33 @@ private:
     void Reset() REQUIRES(m_lock);
     int Gather(int status) REQUIRES(m_lock);
 
-    // Order: m_lock_withdraw, m_lock_collect, m_lock.
-    Mutex m_lock;          // indices, counters, slot table
-    Mutex m_lock_collect;  // one producer at a time
-    Mutex m_lock_withdraw; // one consumer at a time
-    sem_t m_sem;           // one post for each record published
-    std::atomic<int> m_num_recs{0};
+    // Lock order: m_lock_withdraw, m_lock_collect, m_lock. What both sides touch shares cache lines, and what one side
+    // has for itself stands apart: a hand-over moves as few lines between processors as it can.
+    static constexpr std::size_t cache_line = 64;
+
+    alignas(cache_line) Mutex m_lock;    // indices, counters, slot table
     std::atomic<int> m_next_withdraw{0}; // oldest record
     std::atomic<int> m_next_collect{0};  // slot to fill next
+    std::atomic<int> m_num_recs{0};
+    std::atomic<unsigned> m_pending{0};
+    std::atomic<unsigned> m_flag{0};
+
+    alignas(cache_line) sem_t m_sem; // one post for each record published
+    std::vector<Mss_Rec> m_records;  // changes under m_lock_collect and m_lock, so either will do to read it
     const int m_rec_len;
+
+    alignas(cache_line) Mutex m_lock_collect; // one producer at a time
+    std::atomic<unsigned> m_collected{0};
     int m_type GUARDED_BY(m_lock);
-    bool m_lent GUARDED_BY(m_lock) = false;   // a consumer reads the oldest record
     int m_transaction GUARDED_BY(m_lock) = 0; // entries of m_transaction_array in force
     int m_transaction_pending GUARDED_BY(m_lock) = 0;
     CvArray<int> m_transaction_array GUARDED_BY(m_lock){TRANS_STACK_SIZE};
-    std::atomic<unsigned> m_collected{0};
+
+    alignas(cache_line) Mutex m_lock_withdraw; // one consumer at a time
     std::atomic<unsigned> m_withdrawn{0};
-    std::atomic<unsigned> m_pending{0};
     std::atomic<unsigned> m_dropped{0};
     std::atomic<unsigned> m_data_packets{0};
-    std::vector<Mss_Rec> m_records; // changes under m_lock_collect and m_lock, so either will do to read it
-    std::atomic<unsigned> m_flag{0};
+    bool m_lent GUARDED_BY(m_lock) = false; // a consumer reads the oldest record
 };
 
 // Outbound messages (taken by the sender thread), inbound messages and connection news (reader thread), lines and
