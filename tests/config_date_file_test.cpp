@@ -23,7 +23,7 @@ protected:
         directory.write(name, text);
         return take();
     }
-    int take() { return CONF_Take_Previous_Date(directory.path().c_str(), error); }
+    int take() { return CONF_Take_Previous_Date(folder().c_str(), error); }
     [[nodiscard]] bool kept() const { return directory.has(name); }
     [[nodiscard]] std::string file() const { return path(name); }
     [[nodiscard]] static std::string date() { return Glb_Prev_Date_Log_Req; }

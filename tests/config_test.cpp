@@ -1,5 +1,7 @@
 #include "support/config_fixture.h"
 
+#include "arrm.h"
+
 #include <string>
 
 using namespace std::string_literals;
@@ -199,6 +201,19 @@ TEST_F(Config, BadLineIsTheLastOneLogged)
     EXPECT_EQ(apply("password\nuser_name Late\n"), 3);
     EXPECT_TRUE(logged("Conf-line 2: password"));
     EXPECT_FALSE(logged("Conf-line 3"));
+}
+
+// No log thread runs while the configuration is read.
+TEST_F(Config, LongFileDoesNotPileUpInTheRing)
+{
+    const int slots = Glb_Log_Mss->Get_Total_Num_Records();
+    std::string text;
+    for (int line = 2; line < 1000; ++line) {
+        text += "# Line\ntable_code 1 unknown\n";
+    }
+    EXPECT_EQ(apply(text), 0);
+    EXPECT_EQ(Glb_Log_Mss->Get_Total_Num_Records(), slots);
+    EXPECT_EQ(Glb_Log_Mss->Get_Total_Pending(), 0U);
 }
 
 // ---- Read again, at the next login -------------------------------------------------------------------------------

@@ -69,7 +69,7 @@ ConfigFixture::ConfigFixture()
     clear_session();
     reports.clear();
     Set_Report_Host_Sink([](int code, char* text) { reports.emplace_back(code, text); });
-    LOG_Init(QAPI_LOG_FILE_NAME, directory.path().c_str());
+    LOG_Init(QAPI_LOG_FILE_NAME, folder().c_str());
 }
 
 ConfigFixture::~ConfigFixture()

@@ -4,6 +4,7 @@
 
 #include "dcon.h"
 #include "qcapi/config.h"
+#include "support/fake_system.h"
 #include "support/scratch_directory.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +19,10 @@ protected:
     ConfigFixture();
     ~ConfigFixture() override;
 
+    // The scratch directory, without a slash at its end.
+    [[nodiscard]] std::string folder() const { return directory.path().parent_path().string(); }
+    [[nodiscard]] std::string path(const std::string& name) const { return folder() + "/" + name; }
+
     // Reads `text` as the whole configuration.
     int read(const std::string& text);
 
@@ -26,11 +31,11 @@ protected:
 
     [[nodiscard]] std::string log() const { return directory.read("qapi.log"); }
     [[nodiscard]] bool logged(const std::string& text) const { return log().find(text) != std::string::npos; }
-    [[nodiscard]] std::string path(const std::string& name) const { return directory.path(name).string(); }
 
     // Codes and texts that the host was told of.
     static std::vector<std::pair<int, std::string>> reports;
 
+    FakeSystem system;
     ScratchDirectory directory;
     std::string error;
 };
