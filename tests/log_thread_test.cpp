@@ -137,6 +137,25 @@ TEST_F(LogThread, PendingRecordsTakeTheirPostsAlong)
     EXPECT_EQ(Glb_Log_Mss->Check_For_Any_Pkt_Without_Wait(), 0) << "a post was left over";
 }
 
+// The thread takes what waits in bursts; a stop inside one still ends it there.
+TEST_F(LogThread, StopEndsTheThreadAheadOfLaterRecordsAtAnyPlace)
+{
+    Start();
+    for (const std::size_t ahead : {0U, 1U, 15U, 16U, 17U, 40U}) {
+        for (std::size_t i = 0; i < ahead; ++i) {
+            LOG_Text("-%zu", i);
+        }
+        collect(TCP_SHUTTING_DOWN);
+        LOG_Text("-later");
+        LOG_Process(nullptr);
+        EXPECT_EQ(Bodies_Of(scratch.read("qapi.log")).size(), ahead);
+        EXPECT_EQ(Bodies().size(), ahead + 1);
+        LOG_End();
+        fs::remove(scratch.path("qapi.log"));
+        Start();
+    }
+}
+
 TEST_F(LogThread, EndWritesWhatWaitsAndIsSafeTwice)
 {
     Start();
@@ -158,7 +177,6 @@ TEST_F(LogThread, EndDoesNotTakeTheStopFromARunningThread)
         Join();
         EXPECT_EQ(Bodies_Of(scratch.read("qapi.log")), Names{"t"});
         fs::remove(scratch.path("qapi.log"));
-        Glb_Log_Mss->Initialize(); // a stop that was handed back after the thread had ended
     }
 }
 
@@ -289,9 +307,7 @@ TEST_F(LogTrouble, WorkingDirectoryThatWasDeletedStopsNothing)
 
 TEST_F(LogTrouble, FullDeviceStopsNothing)
 {
-    struct stat device
-    {
-    };
+    struct stat device = {};
     ASSERT_EQ(stat("/dev/full", &device), 0);
     Go_To(device.st_mtime); // written today, so the link stays where it is
     fs::create_symlink("/dev/full", scratch.path("qapi.log"));
@@ -302,9 +318,7 @@ TEST_F(LogTrouble, FullDeviceStopsNothing)
     }
     Stop_Thread();
     EXPECT_TRUE(fs::is_symlink(scratch.path("qapi.log")));
-    struct stat after
-    {
-    };
+    struct stat after = {};
     ASSERT_EQ(stat("/dev/full", &after), 0);
     EXPECT_EQ(after.st_mode, device.st_mode) << "a device is not the log's to close to others";
 }
@@ -345,6 +359,19 @@ TEST_F(LogTrouble, FullDiskLeavesNoTornRecordAndWritingGoesOnWhenThereIsRoom)
     EXPECT_EQ(scratch.read("qapi.log").size(), 68U);
     LOG_Text("-5");
     EXPECT_EQ(Bodies(), (Names{"1", "2", "5"}));
+}
+
+TEST_F(LogTrouble, DiskThatIsFullAheadOfTheFirstRecordEndKeepsNothingOfIt)
+{
+    Start();
+    {
+        const SizeLimit limit(33);
+        LOG_Text("-1");
+        LOG_Write_Pending();
+    }
+    EXPECT_EQ(scratch.read("qapi.log").size(), 0U);
+    LOG_Text("-2");
+    EXPECT_EQ(Bodies(), Names{"2"});
 }
 
 } // namespace

@@ -94,9 +94,7 @@ int LOG_Check_Update_Last_Log_Date()
 
 int LOG_Is_File_Same_Date(const char* path, const std::tm& day)
 {
-    struct stat file
-    {
-    };
+    struct stat file = {};
     if (stat(path, &file) != 0) {
         return 1;
     }

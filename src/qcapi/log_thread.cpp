@@ -1,6 +1,6 @@
 // The consumers' side of the running log: its file, and who writes it. As a rule that is the log thread; before it
 // starts and after it has ended the thread that runs the session writes, through LOG_Write_Pending and LOG_End. Each
-// takes a record and writes it under one lock, so that records reach the file in the order of the ring whoever writes.
+// takes records and writes them under one lock, so that they reach the file in the order of the ring whoever writes.
 
 #include "../arrm.h"
 #include "../global.h"
@@ -12,6 +12,7 @@
 #include "log_files.h"
 #include "support.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -24,6 +25,64 @@ namespace {
 
 constexpr mode_t owner_only = S_IRUSR | S_IWUSR;
 
+// Records that were taken from the ring together. They share one reading of the clock and one write: under load these
+// two system calls are nearly all that a record costs.
+class Burst
+{
+public:
+    static constexpr int max_records = 16;
+
+    // Takes what waits, but nothing behind a stop: that is for whoever comes after the log thread. The first record's
+    // post has been waited for. Returns the last status taken, -1 if there was none.
+    int take_from(CMss_Arr& ring);
+
+    [[nodiscard]] const char* bytes() const { return m_bytes.data(); }
+    [[nodiscard]] int size() const { return m_size; }
+    // Bytes of the records that lie wholly below `limit`.
+    [[nodiscard]] int whole_records_below(int limit) const;
+
+private:
+    int take_record(CMss_Arr& ring);
+
+    std::array<char, max_records * MESSAGE_TRANS_RECORD_SIZE> m_bytes{};
+    std::array<int, max_records> m_ends{}; // of each record, in m_bytes
+    int m_records = 0;
+    int m_size = 0;
+};
+
+int Burst::take_from(CMss_Arr& ring)
+{
+    m_records = 0;
+    m_size = 0;
+    int last = -1;
+    for (int taken = 0; taken < max_records && last != TCP_SHUTTING_DOWN; ++taken) {
+        const int status = taken == 0 || ring.Check_For_Any_Pkt_Without_Wait() != 0 ? take_record(ring) : -1;
+        if (status < 0) {
+            break;
+        }
+        last = status;
+    }
+    return last;
+}
+
+int Burst::take_record(CMss_Arr& ring)
+{
+    int length = 0;
+    const int status = ring.Withdraw(m_bytes.data() + m_size, &length, nullptr, nullptr);
+    if (status >= 0 && status != TCP_STATUS_LOG_PACKET && status != TCP_SHUTTING_DOWN) {
+        m_size += length;
+        m_ends[static_cast<std::size_t>(m_records++)] = m_size;
+    }
+    return status;
+}
+
+int Burst::whole_records_below(int limit) const
+{
+    const auto* const end = m_ends.begin() + m_records;
+    const auto* const torn = std::upper_bound(m_ends.begin(), end, limit);
+    return torn == m_ends.begin() ? 0 : torn[-1];
+}
+
 class RunningLogFile
 {
 public:
@@ -31,12 +90,12 @@ public:
     bool open_in(const char* directory);
     bool change_day();
 
-    void write_record(const char* record, int length);
+    void write(const Burst& burst);
     void close();
 
 private:
     bool open();
-    void cut_torn_record(ssize_t written) const;
+    void cut(ssize_t count) const;
 
     std::string m_path;
     int m_descriptor = -1;
@@ -71,9 +130,7 @@ bool RunningLogFile::open()
     if (m_descriptor < 0) {
         m_descriptor = ::open(m_path.c_str(), flags | O_TRUNC, owner_only);
     }
-    struct stat file
-    {
-    };
+    struct stat file = {};
     if (m_descriptor >= 0 && fstat(m_descriptor, &file) == 0 && S_ISREG(file.st_mode)) {
         fchmod(m_descriptor, owner_only); // whatever the umask took, and whatever an older file gave to others
     }
@@ -88,49 +145,45 @@ void RunningLogFile::close()
     }
 }
 
-void RunningLogFile::write_record(const char* record, int length)
+void RunningLogFile::write(const Burst& burst)
 {
-    if (m_descriptor < 0) {
+    if (m_descriptor < 0 || burst.size() == 0) {
         return;
     }
     ssize_t written = 0;
     do {
-        written = ::write(m_descriptor, record, static_cast<std::size_t>(length));
+        written = ::write(m_descriptor, burst.bytes(), static_cast<std::size_t>(burst.size()));
     } while (written < 0 && errno == EINTR);
-    if (written > 0 && written < length) {
-        cut_torn_record(written);
+    if (written > 0 && written < burst.size()) {
+        // The disk is full. Once it has room again, the next record must follow a whole one.
+        cut(written - burst.whole_records_below(static_cast<int>(written)));
     }
 }
 
-// The disk is full. Once it has room again, the next record must follow a whole one.
-void RunningLogFile::cut_torn_record(ssize_t written) const
+// Takes the last `count` bytes back.
+void RunningLogFile::cut(ssize_t count) const
 {
     const off_t end = lseek(m_descriptor, 0, SEEK_CUR);
-    if (end >= written && ftruncate(m_descriptor, end - written) == 0) {
-        lseek(m_descriptor, end - written, SEEK_SET);
+    if (end >= count && ftruncate(m_descriptor, end - count) == 0) {
+        lseek(m_descriptor, end - count, SEEK_SET);
     }
 }
 
 Mutex file_lock;
 ProcessLifetime<RunningLogFile> log_file GUARDED_BY(file_lock){[] { return new RunningLogFile; }};
+ProcessLifetime<Burst> log_burst GUARDED_BY(file_lock){[] { return new Burst; }};
 std::atomic<bool> log_is_open{false};
 std::atomic<int> log_threads{0}; // running LOG_Process
 
-// Takes one record and writes it. Returns its status, -1 if there was none.
-int write_next_record() REQUIRES(file_lock)
+// Returns the last status taken, -1 if nothing waited. The day is looked at after the records were taken, so a record
+// that was stamped on a new day never stands in the old day's file.
+int write_burst() REQUIRES(file_lock)
 {
-    std::array<char, MESSAGE_TRANS_RECORD_SIZE> record;
-    int length = 0;
-    const int status = Glb_Log_Mss->Withdraw(record.data(), &length, nullptr, nullptr);
-    if (status < 0) {
-        return status;
-    }
-    if (LOG_Check_Update_Last_Log_Date() != 0 && !log_file->change_day()) {
+    const int status = log_burst->take_from(*Glb_Log_Mss);
+    if (status >= 0 && LOG_Check_Update_Last_Log_Date() != 0 && !log_file->change_day()) {
         log_is_open.store(false, std::memory_order_relaxed);
     }
-    if (status != TCP_STATUS_LOG_PACKET && status != TCP_SHUTTING_DOWN) {
-        log_file->write_record(record.data(), length);
-    }
+    log_file->write(*log_burst);
     return status;
 }
 
@@ -138,7 +191,7 @@ void write_pending() REQUIRES(file_lock)
 {
     bool stop_met = false;
     while (Glb_Log_Mss->Check_For_Any_Pkt_Without_Wait() != 0 || Glb_Log_Mss->Is_Any_Pkt() != 0) {
-        stop_met |= write_next_record() == TCP_SHUTTING_DOWN;
+        stop_met |= write_burst() == TCP_SHUTTING_DOWN;
     }
     if (stop_met && log_threads.load() > 0) {
         // It was meant for the thread, which would wait for it for ever.
@@ -176,7 +229,7 @@ void* LOG_Process(void* /*unused*/)
     while (status != TCP_SHUTTING_DOWN) {
         Glb_Log_Mss->Wait_For_Any_Pkt();
         const MutexLock lock(file_lock);
-        status = write_next_record();
+        status = write_burst();
     }
     log_threads.fetch_sub(1);
     THRCT_Decrease_App_Thread_Counter();
