@@ -32,9 +32,9 @@ void forget_last_reading()
 }
 
 // The value stands beside the keyword, or behind an "=" that stands alone. What is glued to the "=" is lost.
-char* take_value(ConfigFile& line)
+const char* take_value(ConfigFile& line)
 {
-    char* value = line.next_token();
+    const char* value = line.next_token();
     return value != nullptr && value[0] == '=' ? line.next_token() : value;
 }
 
@@ -44,7 +44,7 @@ bool apply_line(ConfigFile& line)
     if (keyword == nullptr || std::strcmp(tolowerstr(keyword), "#") == 0) {
         return true;
     }
-    char* value = take_value(line);
+    const char* value = take_value(line);
     return value != nullptr && Apply_Directive(keyword, value, line);
 }
 

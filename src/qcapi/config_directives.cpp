@@ -21,12 +21,12 @@ char* Glb_logging_end = nullptr;
 
 namespace {
 
-using Apply = bool (*)(char* value, ConfigFile& line);
+using Apply = bool (*)(const char* value, ConfigFile& line);
 
 // ---- Texts and numbers -----------------------------------------------------------------------------------------
 // Each of the fixed texts has a spare zero at its end, which stays.
 
-template <auto& target> bool keep_text(char* value, ConfigFile&)
+template <auto& target> bool keep_text(const char* value, ConfigFile&)
 {
     std::memset(target, 0, sizeof target);
     std::memcpy(target, value, strnlen(value, sizeof target - 1));
@@ -34,13 +34,13 @@ template <auto& target> bool keep_text(char* value, ConfigFile&)
 }
 
 // A code is all of its bytes, however short its token is.
-template <auto& target> bool keep_code(char* value, ConfigFile&)
+template <auto& target> bool keep_code(const char* value, ConfigFile&)
 {
     std::memcpy(target, value, sizeof target - 1);
     return true;
 }
 
-template <int DCON_DESCR::*member> bool keep_number(char* value, ConfigFile&)
+template <int DCON_DESCR::*member> bool keep_number(const char* value, ConfigFile&)
 {
     glb_DCon_DESCR.*member = config_number(value);
     return true;
@@ -48,7 +48,7 @@ template <int DCON_DESCR::*member> bool keep_number(char* value, ConfigFile&)
 
 // ---- Servers ---------------------------------------------------------------------------------------------------
 
-bool data_server(char* value, ConfigFile&)
+bool data_server(const char* value, ConfigFile&)
 {
     COMMON_Set_Code_Data_Servers_List(1, value);
     return true;
@@ -67,13 +67,13 @@ template <typename Entry> void put_in_free_entry(Entry (&entries)[DCON_MAX_DS_SE
     entries[index] = value;
 }
 
-bool ds_ip_address(char* value, ConfigFile&)
+bool ds_ip_address(const char* value, ConfigFile&)
 {
     put_in_free_entry(glb_DCon_DESCR.fhost, std::uint32_t{inet_addr(value)});
     return true;
 }
 
-bool ds_tcp_port(char* value, ConfigFile&)
+bool ds_tcp_port(const char* value, ConfigFile&)
 {
     put_in_free_entry(glb_DCon_DESCR.tcp_port, static_cast<std::uint16_t>(config_number(value)));
     return true;
@@ -81,12 +81,12 @@ bool ds_tcp_port(char* value, ConfigFile&)
 
 // ---- Messages and tables ---------------------------------------------------------------------------------------
 
-bool use_msg_code(char* value, ConfigFile& line)
+bool use_msg_code(const char* value, ConfigFile& line)
 {
     return COMMON_Set_Code_Markets_List(line.line_from(value)) == 0;
 }
 
-bool transaction_feed(char* value, ConfigFile&)
+bool transaction_feed(const char* value, ConfigFile&)
 {
     if (config_number(value) != 0) {
         Subscribe_Transaction_Feed();
@@ -94,7 +94,7 @@ bool transaction_feed(char* value, ConfigFile&)
     return true;
 }
 
-bool tarnel_feed(char* value, ConfigFile&)
+bool tarnel_feed(const char* value, ConfigFile&)
 {
     if (config_number(value) != 0) {
         Subscribe_Tarnel_Feed();
@@ -115,7 +115,7 @@ bool add_access_table(int code, int type)
     return true;
 }
 
-bool table_code(char* value, ConfigFile& line)
+bool table_code(const char* value, ConfigFile& line)
 {
     const char* token = line.next_token();
     const char* name = token != nullptr ? token : "";
@@ -131,24 +131,24 @@ bool table_code(char* value, ConfigFile& line)
 
 // ---- Session ---------------------------------------------------------------------------------------------------
 
-bool send_msg_delay_millisec(char* value, ConfigFile&)
+bool send_msg_delay_millisec(const char* value, ConfigFile&)
 {
     Glb_Send_Msg_Delay_Millisec = static_cast<unsigned long long>(config_number(value));
     return true;
 }
 
-bool log_last_processed_message(char* value, ConfigFile&)
+bool log_last_processed_message(const char* value, ConfigFile&)
 {
     Glb_log_last_processed_message = value[0];
     return true;
 }
 
 // English asks for its own letters, Spanish for none in particular: files in use rely on both.
-bool language(char* value, ConfigFile&)
+bool language(const char* value, ConfigFile&)
 {
     if (std::strcmp(value, "english") == 0) {
         Glb_Language = Glb_English_Names;
-    } else if (std::strcmp(tolowerstr(value), "spanish") == 0) {
+    } else if (std::strcmp(tolowerstr(std::string(value).data()), "spanish") == 0) {
         Glb_Language = Glb_DFN_Names;
     }
     return true;
@@ -173,20 +173,20 @@ void replace(char*& text, const char* value)
     }
 }
 
-template <auto& target> bool keep_replay_text(char* value, ConfigFile&)
+template <auto& target> bool keep_replay_text(const char* value, ConfigFile&)
 {
     replace(target, value);
     return true;
 }
 
-bool testing_file(char* value, ConfigFile&)
+bool testing_file(const char* value, ConfigFile&)
 {
     Glb_run_log_testing = 1;
     replace(Glb_logging_test_name, value);
     return true;
 }
 
-bool testing_output_file(char* value, ConfigFile&)
+bool testing_output_file(const char* value, ConfigFile&)
 {
     Glb_run_log_output = 1;
     replace(Glb_logging_test_output_name, value);
@@ -232,7 +232,7 @@ constexpr Directive directives[] = {
 
 } // namespace
 
-bool Apply_Directive(const char* keyword, char* value, ConfigFile& line)
+bool Apply_Directive(const char* keyword, const char* value, ConfigFile& line)
 {
     for (const Directive& directive : directives) {
         if (std::strcmp(directive.keyword, keyword) == 0) {

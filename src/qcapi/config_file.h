@@ -69,7 +69,7 @@ std::string config_error(const char* format, ...) __attribute__((format(printf, 
 
 // Applies a directive to its value and, where it takes more, to the tokens behind it. An unknown keyword is ignored.
 // False if the line doesn't have the form of its directive.
-bool Apply_Directive(const char* keyword, char* value, ConfigFile& line);
+bool Apply_Directive(const char* keyword, const char* value, ConfigFile& line);
 
 // Whether a number can stand in the tables by code and by type.
 constexpr bool is_table_number(int number)
