@@ -45,12 +45,14 @@ echo "Installing Debian packages: ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 apt_get() {
-    # The environment is set behind sudo, which drops it.
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes "$@" </dev/null >"$log" 2>&1 || {
+    # The environment is set behind sudo, which drops it. A machine that has just started may hold the lock for a while.
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes -o DPkg::Lock::Timeout=300 "$@" \
+        </dev/null >"$log" 2>&1 || {
         cat "$log" >&2
         echo "apt-get $1 failed" >&2
-        exit 1
+        return 1
     }
 }
-apt_get update
+# One unreachable source of several makes the update fail; the packages may be had all the same.
+apt_get update || true
 apt_get install --no-install-recommends "${missing[@]}"

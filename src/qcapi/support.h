@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <list>
+#include <string>
 
 // ---- Clock -----------------------------------------------------------------------------------------------------
 // Seconds come from the monotonic tick counter, anchored to the wall clock once, so that a change of the system clock
@@ -90,7 +92,8 @@ constexpr bool ascii_digit(char c)
 // Asks the resolver. May take seconds, so it is done once, in the thread that logs in.
 void COMMON_Find_IP_LocalHost();
 
-// The last address found, or "127.0.0.1". Static text, valid until the next COMMON_Find_IP_LocalHost.
+// The last address of the latest look-up, at most 254 characters, or "127.0.0.1" if it found none. Looks up by itself if
+// nobody did. Static text that never changes; not the caller's to write into.
 char* COMMON_Get_IP_LocalHost();
 
 // ---- Reports ---------------------------------------------------------------------------------------------------
@@ -108,9 +111,10 @@ void LOG_Put_Err_Msg(const char* format, ...) __attribute__((format(printf, 1, 2
 void Set_Report_Line_Sink(void (*write_line)(const char* text));
 void Set_Report_Host_Sink(void (*tell_host)(int error_code, char* text));
 
-// While one stands on a thread's stack, reports raised by that thread wait; they are delivered in order when the last
-// one goes. Stands around every stretch that holds a lock under which something may report: delivering there would
-// wait for the host's callback lock and stall whoever waits for ours. Declare it before the lock.
+// While one stands on a thread's stack, reports raised by that thread wait; they are delivered, in the order in which
+// they were raised, when the last one goes. Stands around every stretch that holds a lock under which something may
+// report: delivering there would wait for the host's callback lock and stall whoever waits for ours. Declare it before
+// the lock.
 class ReportHold
 {
 public:
@@ -118,4 +122,13 @@ public:
     ~ReportHold();
     ReportHold(const ReportHold&) = delete;
     ReportHold& operator=(const ReportHold&) = delete;
+
+    struct Report
+    {
+        int code;
+        std::string text;
+    };
+
+private:
+    std::list<Report> m_due; // used in the outermost one alone
 };

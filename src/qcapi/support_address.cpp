@@ -1,23 +1,25 @@
 #include "support.h"
 
 #include "../mutex.h"
+#include "../process_lifetime.h"
 #include "../system_seam.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
+#include <forward_list>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
 
 using Address_Text = std::array<char, 255>;
 
-// A look-up writes the text that no one has been given and then exchanges the two, so that a reader on another thread
-// has either the address before or the one behind, whole.
-constinit Mutex lookup_lock; // held through the look-up, which may take seconds; readers don't take it
-Address_Text texts[2] GUARDED_BY(lookup_lock);
-constinit std::atomic<char*> current_text{nullptr}; // one of `texts`; null before the first look-up
+// Every text found is kept for good: hosts and other threads hold pointers into it, and a machine has few addresses.
+constinit ProcessLifetime<std::forward_list<Address_Text>> known_texts([] {
+    return new std::forward_list<Address_Text>;
+});
+constinit std::atomic<char*> current_text{nullptr}; // one of them; null before the first look-up
+constinit Mutex lookup_lock; // held through the look-up, which may take seconds; not taken to read the text
 
 std::string last_local_address()
 {
@@ -26,24 +28,29 @@ std::string last_local_address()
     return found && !addresses.empty() ? addresses.back() : "127.0.0.1";
 }
 
-char* keep(std::string_view address) REQUIRES(lookup_lock)
+Address_Text cut_to_size(const std::string& address)
 {
-    char* const current = current_text.load(std::memory_order_relaxed);
-    if (current != nullptr && address == current) {
-        return current;
+    Address_Text text{};
+    address.copy(text.data(), text.size() - 1);
+    return text;
+}
+
+char* keep(const Address_Text& text) REQUIRES(lookup_lock)
+{
+    auto known = std::find(known_texts->begin(), known_texts->end(), text);
+    if (known == known_texts->end()) {
+        known_texts->push_front(text);
+        known = known_texts->begin();
     }
-    Address_Text& spare = current == texts[0].data() ? texts[1] : texts[0];
-    spare.fill('\0');
-    address.copy(spare.data(), spare.size() - 1);
-    current_text.store(spare.data(), std::memory_order_release);
-    return spare.data();
+    current_text.store(known->data(), std::memory_order_release);
+    return known->data();
 }
 
 char* look_up_first() EXCLUDES(lookup_lock)
 {
     const MutexLock lock(lookup_lock);
     char* const current = current_text.load(std::memory_order_relaxed);
-    return current != nullptr ? current : keep(last_local_address());
+    return current != nullptr ? current : keep(cut_to_size(last_local_address()));
 }
 
 } // namespace
@@ -51,7 +58,7 @@ char* look_up_first() EXCLUDES(lookup_lock)
 void COMMON_Find_IP_LocalHost()
 {
     const MutexLock lock(lookup_lock);
-    keep(last_local_address());
+    keep(cut_to_size(last_local_address()));
 }
 
 char* COMMON_Get_IP_LocalHost()

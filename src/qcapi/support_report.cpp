@@ -3,35 +3,42 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
-#include <vector>
+#include <string_view>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t report_text_len = 511;
 
-struct Report
-{
-    int code;
-    std::string text;
-};
-
 std::atomic<void (*)(const char*)> line_sink{nullptr};
 std::atomic<void (*)(int, char*)> host_sink{nullptr};
 
-// Each thread waits with its own reports: the lock that made it wait is its own, and so is the moment of release.
-thread_local int hold_depth = 0;
-thread_local std::vector<Report> held_reports;
+// Each thread waits with its own reports: the lock that made it wait is its own, and so is the moment of release. The
+// queue is in the outermost hold on the stack and not here, where it would be destroyed before the last objects of a
+// program that may still report.
+constinit thread_local int hold_depth = 0;
+constinit thread_local std::list<ReportHold::Report>* due_reports = nullptr;
 
-void deliver(int code, const std::string& text)
+void deliver(int code, std::string_view text)
 {
+    std::array<char, report_text_len + 1> copy{}; // the host may write into it
+    text.copy(copy.data(), report_text_len);
     if (auto* write_line = line_sink.load(std::memory_order_acquire)) {
-        write_line(text.c_str());
+        write_line(copy.data());
     }
     if (auto* tell_host = host_sink.load(std::memory_order_acquire)) {
-        std::array<char, report_text_len + 1> copy{}; // the host may write into it
-        text.copy(copy.data(), report_text_len);
         tell_host(code, copy.data());
+    }
+}
+
+// The host may report from inside its callback, and come here again: it takes what is left, in order, and leaves
+// nothing to the call below it on the stack.
+void deliver_due()
+{
+    while (!due_reports->empty()) {
+        const ReportHold::Report first = std::move(due_reports->front());
+        due_reports->pop_front();
+        deliver(first.code, first.text);
     }
 }
 
@@ -39,10 +46,13 @@ __attribute__((format(printf, 2, 0))) void report(int code, const char* format, 
 {
     std::array<char, report_text_len + 1> text{};
     std::vsnprintf(text.data(), text.size(), format, arguments);
-    if (hold_depth > 0) {
-        held_reports.push_back({code, text.data()});
-    } else {
+    if (due_reports == nullptr) {
         deliver(code, text.data());
+        return;
+    }
+    due_reports->push_back({code, text.data()});
+    if (hold_depth == 0) {
+        deliver_due(); // raised by a callback that a release runs
     }
 }
 
@@ -76,17 +86,18 @@ void Set_Report_Host_Sink(void (*tell_host)(int error_code, char* text))
 
 ReportHold::ReportHold()
 {
+    if (due_reports == nullptr) {
+        due_reports = &m_due;
+    }
     ++hold_depth;
 }
 
 ReportHold::~ReportHold()
 {
-    if (--hold_depth > 0) {
-        return;
+    if (--hold_depth == 0) {
+        deliver_due();
     }
-    const std::vector<Report> due = std::move(held_reports);
-    held_reports.clear();
-    for (const Report& one : due) {
-        deliver(one.code, one.text);
+    if (due_reports == &m_due) {
+        due_reports = nullptr;
     }
 }
