@@ -12,7 +12,7 @@
 namespace {
 
 constexpr unsigned evening = 1'700'000'000; // Tuesday 2023-11-14, 22:13:20 UTC
-constexpr long two_hours = 2 * 60 * 60 * FakeSystem::ticks_per_second;
+constexpr long two_hours = 2L * 60 * 60 * FakeSystem::ticks_per_second;
 
 struct Moment
 {
@@ -165,6 +165,7 @@ TEST_F(Clock, ThreadsNeverMixTwoCountsOfTheTickCounter)
     std::atomic<unsigned> wrong{0};
     std::vector<std::thread> readers;
     RestartTicksAt(1'000'000'000);
+    readers.reserve(3);
     for (int count = 0; count < 3; ++count) {
         readers.emplace_back([&] {
             while (!ended) {

@@ -55,6 +55,9 @@ protected:
         Set_Report_Line_Sink(nullptr);
         Set_Report_Host_Sink(nullptr);
     }
+
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
 };
 
 TEST_F(Report, IsALineAndThenACallOfTheHost)
@@ -132,6 +135,8 @@ TEST_F(Report, IsDeliveredBehindTheLockThatTheHoldSurrounds)
     {
         Lock() { locked = true; }
         ~Lock() { locked = false; }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
     };
     locked_at_delivery.clear();
     in_callback = [](const std::string&) { locked_at_delivery.push_back(locked); };
@@ -202,6 +207,9 @@ TEST_F(Report, OfAThreadsLastObjectsStillArrives)
 {
     struct Last_Words
     {
+        Last_Words() = default;
+        Last_Words(const Last_Words&) = delete;
+        Last_Words& operator=(const Last_Words&) = delete;
         ~Last_Words()
         {
             const ReportHold hold;

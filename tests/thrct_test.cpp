@@ -51,6 +51,9 @@ protected:
         }
     }
 
+    ThreadCounter(const ThreadCounter&) = delete;
+    ThreadCounter& operator=(const ThreadCounter&) = delete;
+
     FakeSystem m_system;
 };
 
@@ -67,6 +70,7 @@ TEST_F(ThreadCounter, CountsUpAndDown)
 TEST_F(ThreadCounter, CountsThreadsThatComeAndGoAtOnce)
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int turn = 0; turn < 1000; ++turn) {
