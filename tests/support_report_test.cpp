@@ -42,6 +42,10 @@ void HearHost(int code, char* text)
 
 class Report : public testing::Test
 {
+public:
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+
 protected:
     Report()
     {
@@ -55,9 +59,6 @@ protected:
         Set_Report_Line_Sink(nullptr);
         Set_Report_Host_Sink(nullptr);
     }
-
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
 };
 
 TEST_F(Report, IsALineAndThenACallOfTheHost)

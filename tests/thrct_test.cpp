@@ -30,6 +30,10 @@ std::int64_t Microseconds(timeval span)
 
 class ThreadCounter : public testing::Test
 {
+public:
+    ThreadCounter(const ThreadCounter&) = delete;
+    ThreadCounter& operator=(const ThreadCounter&) = delete;
+
 protected:
     ThreadCounter()
     {
@@ -50,9 +54,6 @@ protected:
             THRCT_Increase_App_Thread_Counter();
         }
     }
-
-    ThreadCounter(const ThreadCounter&) = delete;
-    ThreadCounter& operator=(const ThreadCounter&) = delete;
 
     FakeSystem m_system;
 };
