@@ -67,6 +67,17 @@ TEST_F(CallbackTest, AHostThatHeldCallbacksBackStillHoldsThemAfterLogout)
     }
 }
 
+TEST_F(SessionTest, ANewObjectStartsWithCallbacksFreeToCome)
+{
+    RecordingHost* first = new RecordingHost;
+    first->ProcessMyEvents();
+    std::thread([&] { delete first; }).join(); // on another thread than the one that held callbacks back
+    RecordingHost second;
+    ASSERT_EQ(second.login(), 0);
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    EXPECT_TRUE(second.wait_for(cant_connect));
+}
+
 TEST_F(CallbackTest, TheMasterThreadTakesNothingAndOthersKeepCallbacksOut)
 {
     EXPECT_EQ(host.TakeMasterMutex(), 0);
@@ -176,6 +187,35 @@ TEST_F(CallbackTest, OpenAndCloseAreInTheLogWithTheirCodes)
     const std::vector<std::string> lines = text_lines_of_log(scratch.read("qapi.log"));
     EXPECT_NE(std::find(lines.begin(), lines.end(), "ROD-Status changed to opened connection"), lines.end());
     EXPECT_NE(std::find(lines.begin(), lines.end(), "RCD-Status changed to closed connection"), lines.end());
+}
+
+// Deletes itself in its first status callback.
+struct ShortLivedHost : CQcApi
+{
+    explicit ShortLivedHost(std::atomic<bool>& gone_flag) : gone(gone_flag) {}
+    ~ShortLivedHost() override
+    {
+        Logout();
+        gone = true;
+    }
+    void OnStatusChanged(int /*status_code*/, char* /*status_text*/) override { delete this; }
+
+    std::atomic<bool>& gone;
+};
+
+TEST_F(SessionTest, AHostThatDeletesItselfInACallbackLeavesThreadsThatEnd)
+{
+    std::atomic<bool> gone{false};
+    auto* host = new ShortLivedHost(gone);
+    char text[] = "x";
+    ASSERT_EQ(host->Login(text, text), 0);
+    wait_for_worker_threads(4);
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    wait_for_worker_threads(0);
+    EXPECT_TRUE(gone);
+    EXPECT_EQ(Cur_Qapi, nullptr);
+    RecordingHost next; // joins what is left and starts anew
+    EXPECT_EQ(next.login(), 0);
 }
 
 TEST(DefaultCallbacks, AHostNeedsToOverrideNone)

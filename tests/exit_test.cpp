@@ -90,6 +90,30 @@ TEST_F(ExitTest, ACallbackThatNeverReturnsEndsTheProcessAfterThirtyFiveSeconds)
         KilledBySignal(SIGSEGV), thirty_five_seconds());
 }
 
+TEST_F(ExitTest, TheThirtyFiveSecondsRunOnAnotherThreadThanTheMastersToo)
+{
+    EXPECT_EXIT(
+        {
+            let_crashes_kill();
+            RecordingHost host;
+            host.login();
+            wait_for_worker_threads(4);
+            std::atomic<bool> stuck{false};
+            host.in_callback = [&](const std::string&) {
+                stuck = true;
+                stuck.notify_all();
+                for (;;) {
+                    pause();
+                }
+            };
+            connection_says(TCP_ERROR_CANT_CONNECT);
+            stuck.wait(false);
+            let_waits_pass_at_once();
+            std::thread([&] { host.Logout(); }).join();
+        },
+        KilledBySignal(SIGSEGV), thirty_five_seconds());
+}
+
 TEST_F(ExitTest, LogoutAfterConnectWaitsForTheLogThreadInVain)
 {
     EXPECT_EXIT(

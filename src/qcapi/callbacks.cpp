@@ -13,18 +13,17 @@ namespace {
 class CallbackTurn
 {
 public:
-    explicit CallbackTurn(CQcApi& api) : m_api(api), m_taken(api.TakeMasterMutex() != 0) {}
+    explicit CallbackTurn(CQcApi& api) : m_taken(api.TakeMasterMutex() != 0) {}
     ~CallbackTurn()
     {
         if (m_taken) {
-            m_api.ReleaseMasterMutex();
+            The_Master_Mutex->Unlock(); // not by way of the object, which the callback may have deleted
         }
     }
     CallbackTurn(const CallbackTurn&) = delete;
     CallbackTurn& operator=(const CallbackTurn&) = delete;
 
 private:
-    CQcApi& m_api;
     bool m_taken;
 };
 

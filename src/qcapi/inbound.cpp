@@ -44,9 +44,19 @@ int take_next(Inbound_Record& record)
     }
 }
 
+// The object is gone if the host deleted it in a callback; its threads then run on to their end.
 void tell_status(int status, std::string text)
 {
-    Cur_Qapi->CallStatusChanged(status, text.data());
+    if (CQcApi* api = Cur_Qapi) {
+        api->CallStatusChanged(status, text.data());
+    }
+}
+
+void tell_disconnection(const char* reason)
+{
+    if (CQcApi* api = Cur_Qapi) {
+        api->CallOnDisconnection(glb_DCon_DESCR.DCON_state, reason != nullptr ? reason : "");
+    }
 }
 
 void connection_opened(const Inbound_Record& record)
@@ -66,7 +76,7 @@ void connection_closed(const Inbound_Record& record)
     trace_step(6);
     Glb_Send_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN);
     trace_step(7);
-    Cur_Qapi->CallOnDisconnection(glb_DCon_DESCR.DCON_state, record.source != nullptr ? record.source : "");
+    tell_disconnection(record.source);
 }
 
 void message_received(const Inbound_Record& record)

@@ -17,6 +17,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 std::atomic<int> CQcApi::initialize_flag{QAPI_NOT_INITIALIZED};
 std::atomic<bool> CQcApi::atexitqapi{false};
@@ -100,8 +101,19 @@ std::array<Worker_Thread*, 4> workers()
     return {&glb_thread_dcon, &glb_thread_read, &glb_thread_send, &glb_thread_log};
 }
 
+bool is_master_thread()
+{
+    return pthread_equal(pthread_self(), glb_master_thread) != 0;
+}
+
+// Delivering the wait's own notice takes the callback lock on every thread but the master's. A callback that never
+// returns would hold that thread there for ever, ahead of the 35 seconds that are to end it; so there the notice waits.
 void join_workers()
 {
+    std::optional<ReportHold> notice_waits;
+    if (!is_master_thread()) {
+        notice_waits.emplace();
+    }
     const CallbacksLetThrough pending_callbacks;
     THRCT_Wait_For_Threads_Termination();
     for (Worker_Thread* worker : workers()) {
@@ -137,6 +149,7 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
 CQcApi::~CQcApi()
 {
     Logout();
+    master_mutex.Open_Parked();
     if (Cur_Qapi == this) {
         Cur_Qapi = nullptr;
     }

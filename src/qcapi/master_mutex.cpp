@@ -71,10 +71,21 @@ void Master_Mutex::Take_Back(int depth)
     m_parked = true;
 }
 
+void Master_Mutex::Open_Parked()
+{
+    const std::lock_guard lock(m_guard);
+    open_parked();
+}
+
 void Master_Mutex::Open_For_Exit()
 {
     const std::lock_guard lock(m_guard);
     m_exiting = true;
+    open_parked();
+}
+
+void Master_Mutex::open_parked()
+{
     if (m_parked) {
         m_depth = 0;
         pass_on();

@@ -28,12 +28,16 @@ public:
     int Give_Up();
     void Take_Back(int depth);
 
+    // Opens a parked lock, whoever parked it. For the end of the API object: the next one starts with a free lock.
+    void Open_Parked();
+
     // For the process's exit: opens a parked lock, and nobody parks it again.
     void Open_For_Exit();
 
 private:
     void wait_for_turn(std::unique_lock<std::mutex>& lock);
     void pass_on();
+    void open_parked();
 
     std::mutex m_guard; // held for moments only, never during a callback
     std::condition_variable m_turn;
