@@ -129,6 +129,7 @@ template <typename Ring> double hand_over(Ring& ring, int producers)
     Permits left;
     const int records = batches_per_round * batch;
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<unsigned>(producers));
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < producers; ++i) {
         threads.emplace_back([&] { produce(ring, batches_per_round / producers, left); });

@@ -66,11 +66,6 @@ CMss_Arr::CMss_Arr(int num_recs, int rec_len, int type) : m_rec_len(std::max(rec
     Resize(std::max(num_recs, 1));
 }
 
-CMss_Arr::~CMss_Arr()
-{
-    sem_destroy(&m_sem);
-}
-
 void CMss_Arr::Collect(int status, const char* data, int len, const char* source, const char* extra)
 {
     Trace(trace_collect);
@@ -260,11 +255,6 @@ void CMss_Arr::Resize(int num_recs)
 void CMss_Arr::Trace(unsigned step)
 {
     m_flag.store(m_flag.load(relaxed) << 4 | step, relaxed);
-}
-
-int CMss_Arr::Next(int slot) const
-{
-    return slot + 1 < m_num_recs.load(relaxed) ? slot + 1 : 0;
 }
 
 Mss_Rec& CMss_Arr::Free_Slot()

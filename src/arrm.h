@@ -42,7 +42,7 @@ class CMss_Arr
 {
 public:
     CMss_Arr(int num_recs, int rec_len, int type);
-    ~CMss_Arr();
+    ~CMss_Arr() { sem_destroy(&m_sem); }
     CMss_Arr(const CMss_Arr&) = delete;
     CMss_Arr& operator=(const CMss_Arr&) = delete;
 
@@ -102,7 +102,7 @@ private:
     friend class CMss_Arr_Test_Access; // lets tests open a transaction, which no operation does
 
     void Trace(unsigned step);
-    [[nodiscard]] int Next(int slot) const;
+    [[nodiscard]] int Next(int slot) const { return slot + 1 < Get_Total_Num_Records() ? slot + 1 : 0; }
 
     // Producers: the slot they fill is theirs alone until Publish.
     Mss_Rec& Free_Slot() REQUIRES(m_lock_collect);

@@ -9,6 +9,7 @@ template <typename T> class CvArray
 {
 public:
     explicit CvArray(int n) { Set_New_Limit(n); }
+    ~CvArray() = default;
     CvArray(const CvArray&) = delete;
 
     // No check: `i` is below the capacity.

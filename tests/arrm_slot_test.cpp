@@ -15,13 +15,13 @@ CMss_Arr* reporting_ring = nullptr;
 class RingReportTest : public RingTest
 {
 protected:
-    RingReportTest()
+    void SetUp() override
     {
         reporting_ring = &ring;
         Set_Report_Line_Sink([](const char* text) { report_lines.emplace_back(text); });
         Set_Report_Host_Sink([](int code, char* text) { host_reports.emplace_back(code, text); });
     }
-    ~RingReportTest() override
+    void TearDown() override
     {
         Set_Report_Line_Sink(nullptr);
         Set_Report_Host_Sink(nullptr);
@@ -50,7 +50,7 @@ TEST_F(RingReportTest, LentBufferTakenWithTooGreatALengthIsClippedAndReported)
 {
     char* buffer = nullptr;
     ring.Init_Collect(22, &buffer);
-    std::memcpy(buffer, "0123456789abcdef", rec_len);
+    Write(buffer, "0123456789abcdef");
     ring.Take_Collect(rec_len + 300);
     EXPECT_EQ(Take(), "0123456789abcdef");
     EXPECT_EQ(host_reports,
@@ -161,7 +161,7 @@ TEST_F(RingTest, LentBufferIsNotVisibleBeforeItIsTaken)
 {
     char* buffer = nullptr;
     ring.Init_Collect(22, &buffer);
-    std::memcpy(buffer, "in place", 8);
+    Write(buffer, "in place");
     EXPECT_EQ(ring.Is_Any_Pkt(), 0);
     EXPECT_EQ(inside.Posts(), 0);
     ring.Take_Collect(8);
@@ -206,7 +206,7 @@ TEST_F(RingTest, LentBufferStaysInPlaceWhenTakingItGrowsTheRing)
         }
         char* written = nullptr;
         fresh.Init_Collect(99, &written);
-        std::memcpy(written, "in place", 8);
+        Write(written, "in place");
         fresh.Take_Collect(8);
         EXPECT_EQ(fresh.Get_Total_Num_Records(), 12);
         const Mss_Rec* newest = CMss_Arr_Test_Access(fresh).Live().back();

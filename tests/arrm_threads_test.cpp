@@ -253,7 +253,7 @@ TEST_F(RingThreadsTest, OtherProducersWaitForALentBufferAndConsumersDoNot)
     consumer.join();
     producer.Wait_For_Rest();
     EXPECT_FALSE(producer.Ended());
-    std::memcpy(buffer, "record 2", 8);
+    Write(buffer, "record 2");
     ring.Take_Collect(8);
     producer.Join();
     Expect_Numbers(2, 2);

@@ -43,6 +43,7 @@ protected:
             EXPECT_EQ(taken_status, i);
         }
     }
+    static void Write(char* buffer, const std::string& text) { text.copy(buffer, rec_len); }
     // Moves both indices on by `count` slots.
     void Turn(int count)
     {
