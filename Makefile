@@ -7,7 +7,7 @@ SECONDS ?= 30
 .PHONY: help demo test bench fuzz install format clean
 
 help:
-	@echo "make demo     build the library and run the example host"
+	@echo "make demo     build the library, run the example host, show its log"
 	@echo "make test     build everything and run all tests"
 	@echo "make bench    run all benchmarks"
 	@echo "make fuzz     run each fuzz target for SECONDS ($(SECONDS))"
@@ -18,7 +18,7 @@ help:
 demo:
 	@scripts/install_packages.sh demo
 	@scripts/build.sh demo
-	@build/demo/examples/hello_host
+	@scripts/demo.sh build/demo
 
 test:
 	@scripts/install_packages.sh test

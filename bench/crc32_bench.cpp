@@ -54,7 +54,7 @@ void run(benchmark::State& state, Checksum checksum)
 {
     const int count = static_cast<int>(state.range(0));
     const std::vector<char> bytes = buffer_of(count);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto turn : state) {
         benchmark::DoNotOptimize(checksum(bytes.data(), count, 0));
     }
     state.SetBytesProcessed(state.iterations() * count);
@@ -80,15 +80,19 @@ double best_time(Checksum checksum, int count)
     return best;
 }
 
-struct Ratio_Printer
+void print_ratio(int count)
 {
-    ~Ratio_Printer()
-    {
-        for (const int count : {1500, 64}) {
-            const double ratio = best_time(byte_loop, count) / best_time(COMMON_Get_Crc32, count);
-            std::printf("ratio crc32 %d bytes: byte loop / COMMON_Get_Crc32 = %.1f\n", count, ratio);
-        }
-    }
-} ratio_printer;
+    const double ratio = best_time(byte_loop, count) / best_time(COMMON_Get_Crc32, count);
+    std::printf("ratio crc32 %d bytes: byte loop / COMMON_Get_Crc32 = %.1f\n", count, ratio);
+}
 
 } // namespace
+
+int main(int argument_count, char** arguments)
+{
+    benchmark::Initialize(&argument_count, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    print_ratio(1500);
+    print_ratio(64);
+    return 0;
+}

@@ -176,6 +176,16 @@ TEST_F(DateFile, FileThatCannotBeRemovedIsCode28)
     EXPECT_EQ(Glb_Prev_Date_Log_Req_Successfullty, 0);
 }
 
+TEST_F(DateFile, ARefusedDateIsNotAskedForByALaterLogin)
+{
+    directory.write(name, "20231301\n");
+    EXPECT_EQ(take(), 27);
+    fs::remove(file());
+    EXPECT_EQ(take(), 0);
+    EXPECT_EQ(date(), "");
+    EXPECT_STREQ(Glb_Prev_Date_Log_Req_Copy, "20231301");
+}
+
 TEST_F(DateFile, ErrorTextIsCutAt199Characters)
 {
     const std::string deep = path(std::string(200, 'd'));

@@ -5,6 +5,8 @@
 #include "session_fixture.h"
 #include "thrct.h"
 
+#include <gmock/gmock.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -55,8 +57,12 @@ std::string thirty_five_seconds()
     return waits;
 }
 
+using testing::AllOf;
+using testing::ContainsRegex;
 using testing::ExitedWithCode;
+using testing::HasSubstr;
 using testing::KilledBySignal;
+using testing::Not;
 
 TEST_F(ExitTest, ACallbackThatNeverReturnsEndsTheProcessAfterThirtyFiveSeconds)
 {
@@ -113,8 +119,8 @@ TEST_F(ExitTest, ASessionThatRunsAtExitIsStoppedWithoutStatusCallbacks)
             std::exit(5);
         },
         ExitedWithCode(5),
-        "^(.status 7 Can't connect.\n)?.error 0 Waiting threads termination[.]*( / 0 0).\n"
-        "(.status 7 Can't connect.\n)?.disconnection [0-9] closed at exit.\n$");
+        AllOf(ContainsRegex("disconnection [0-9] closed at exit"), Not(HasSubstr("[status 20")),
+              Not(HasSubstr("[status 27"))));
 }
 
 TEST_F(ExitTest, ExitInsideACallbackEndsTheOtherThreadsAndNotItsOwn)

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr unsigned evening = 1'700'000'000; // Tuesday 2023-11-14, 22:13:20 UTC
-constexpr long two_hours = 2 * 60 * 60 * FakeSystem::ticks_per_second;
+constexpr long two_hours = 2L * 60 * 60 * FakeSystem::ticks_per_second;
 
 struct Moment
 {
@@ -159,27 +159,56 @@ TEST_F(Clock, TellsTicksAndTicksPerSecond)
     EXPECT_EQ(scale, 100);
 }
 
+// In the middle of one reading the counter falls and another reading anchors the clock. `tick_of_the_reading` is what
+// the first one then gets.
+unsigned ReadingOvertakenByAFall(FakeSystem& system, std::int64_t tick_of_the_reading)
+{
+    static FakeSystem* overtaken;
+    static std::int64_t tick;
+    overtaken = &system;
+    tick = tick_of_the_reading;
+    static auto* const usual_ticks = system.calls.ticks;
+    system.calls.ticks = [](int* per_second) {
+        overtaken->calls.ticks = usual_ticks;
+        overtaken->ticks -= 500'000;
+        COMMON_GetTime();
+        *per_second = FakeSystem::ticks_per_second;
+        return tick;
+    };
+    return COMMON_GetTime();
+}
+
+TEST_F(Clock, AReadingWithATickFromBeforeAFallKeepsItsOwnAnchor)
+{
+    EXPECT_EQ(ReadingOvertakenByAFall(m_system, 1'000'000), evening);
+    EXPECT_EQ(COMMON_GetTime(), evening);
+}
+
+TEST_F(Clock, AReadingWithATickFromBehindAFallTakesTheNewAnchor)
+{
+    EXPECT_EQ(ReadingOvertakenByAFall(m_system, 500'000), evening);
+    EXPECT_EQ(COMMON_GetTime(), evening);
+}
+
 TEST_F(Clock, ThreadsNeverMixTwoCountsOfTheTickCounter)
 {
-    std::atomic<bool> ended{false};
+    std::atomic<unsigned> readings{0};
     std::atomic<unsigned> wrong{0};
-    std::vector<std::thread> readers;
+    const auto read = [&] {
+        for (int reading = 0; reading < 50'000; ++reading) {
+            wrong += COMMON_GetTime() != evening; // the wall clock stands still, so there is one right answer
+            ++readings;
+        }
+    };
     RestartTicksAt(1'000'000'000);
-    for (int count = 0; count < 3; ++count) {
-        readers.emplace_back([&] {
-            while (!ended) {
-                wrong += COMMON_GetTime() != evening; // the wall clock stands still, so there is one right answer
-            }
-        });
-    }
-    for (int restart = 0; restart < 5000; ++restart) {
+    std::thread first(read);
+    std::thread second(read);
+    while (readings < 100'000) {
         m_system.ticks -= 10'000;
         wrong += COMMON_GetTime() != evening;
     }
-    ended = true;
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
+    first.join();
+    second.join();
     EXPECT_EQ(wrong, 0U);
 }
 

@@ -73,7 +73,8 @@ TEST(Crc32, EqualsTheBitLoopForEveryLengthAndAlignment)
         unsigned expected = 0xFFFFFFFF;
         for (int length = 0; length <= longest; ++length) {
             ASSERT_EQ(COMMON_Get_Crc32(bytes.data() + offset, length, 0), expected) << length << " at " << offset;
-            expected = OneByteMore(expected, bytes[static_cast<std::size_t>(offset + length)]);
+            expected =
+                OneByteMore(expected, bytes[static_cast<std::size_t>(offset) + static_cast<std::size_t>(length)]);
         }
     }
 }

@@ -190,7 +190,7 @@ TEST_F(LocalTime, OtherDateMovesBothWays)
     char hour[8];
     L_Get_Other_Date(-604'800, date, hour);
     EXPECT_STREQ(date, "20231107");
-    L_Get_Other_Date(2 * 60 * 60, date, hour);
+    L_Get_Other_Date(7200, date, hour);
     EXPECT_STREQ(date, "20231115");
     EXPECT_STREQ(hour, "001320");
 }

@@ -42,6 +42,10 @@ void HearHost(int code, char* text)
 
 class Report : public testing::Test
 {
+public:
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+
 protected:
     Report()
     {
@@ -132,6 +136,8 @@ TEST_F(Report, IsDeliveredBehindTheLockThatTheHoldSurrounds)
     {
         Lock() { locked = true; }
         ~Lock() { locked = false; }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
     };
     locked_at_delivery.clear();
     in_callback = [](const std::string&) { locked_at_delivery.push_back(locked); };
@@ -202,6 +208,9 @@ TEST_F(Report, OfAThreadsLastObjectsStillArrives)
 {
     struct Last_Words
     {
+        Last_Words() = default;
+        Last_Words(const Last_Words&) = delete;
+        Last_Words& operator=(const Last_Words&) = delete;
         ~Last_Words()
         {
             const ReportHold hold;

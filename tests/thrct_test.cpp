@@ -30,6 +30,10 @@ std::int64_t Microseconds(timeval span)
 
 class ThreadCounter : public testing::Test
 {
+public:
+    ThreadCounter(const ThreadCounter&) = delete;
+    ThreadCounter& operator=(const ThreadCounter&) = delete;
+
 protected:
     ThreadCounter()
     {
@@ -67,6 +71,7 @@ TEST_F(ThreadCounter, CountsUpAndDown)
 TEST_F(ThreadCounter, CountsThreadsThatComeAndGoAtOnce)
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int turn = 0; turn < 1000; ++turn) {

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
+#include <utility>
 
 char Glb_Prev_Date_Log_Req[10 + 1];
 char Glb_Prev_Date_Log_Req_Copy[10 + 1];
@@ -46,6 +47,14 @@ void keep_date(const char* token)
     std::memset(Glb_Prev_Date_Log_Req, 0, sizeof Glb_Prev_Date_Log_Req);
     std::memcpy(Glb_Prev_Date_Log_Req, token, strnlen(token, date_len));
     std::memcpy(Glb_Prev_Date_Log_Req_Copy, Glb_Prev_Date_Log_Req, sizeof Glb_Prev_Date_Log_Req);
+}
+
+// A request that was refused must not reach a server with a later login.
+int refuse(int code, std::string text, std::string& error_text)
+{
+    Glb_Prev_Date_Log_Req[0] = '\0';
+    error_text = std::move(text);
+    return code;
 }
 
 // The file has ended, or could not be read: taking the second for the first would drop the request without a word.
@@ -120,12 +129,12 @@ int CONF_Take_Previous_Date(const char* directory, std::string& error_text)
         return read == no_such_file ? 0 : read;
     }
     if (QCAPI_Validate_Date(Glb_Prev_Date_Log_Req) == 0) {
-        error_text = config_error(QAPI_ERR_INVALID_DATE_TXT, Glb_Prev_Date_Log_Req, path.c_str());
-        return QAPI_ERR_INVALID_DATE;
+        return refuse(QAPI_ERR_INVALID_DATE,
+                      config_error(QAPI_ERR_INVALID_DATE_TXT, Glb_Prev_Date_Log_Req, path.c_str()), error_text);
     }
     if (std::remove(path.c_str()) != 0) {
-        error_text = config_error(QAPI_ERR_CANNOT_DELETE_TMP_CONFIG_TXT, path.c_str());
-        return QAPI_ERR_CANNOT_DELETE_TMP_CONFIG;
+        return refuse(QAPI_ERR_CANNOT_DELETE_TMP_CONFIG,
+                      config_error(QAPI_ERR_CANNOT_DELETE_TMP_CONFIG_TXT, path.c_str()), error_text);
     }
     Glb_Prev_Date_Log_Req_Successfullty = 1;
     return 0;

@@ -3,6 +3,8 @@
 // table look-up a byte gives.
 #include "support.h"
 
+#include "../little_endian.h"
+
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -47,17 +49,10 @@ constexpr std::array<Crc_Table, 8> make_tables()
 constexpr std::array<Crc_Table, 8> tables = make_tables();
 static_assert(tables[0][1] == 0x77073096 && tables[0][255] == 0x2D02EF8D);
 
-std::uint32_t four_bytes(const char* bytes)
-{
-    std::array<unsigned char, 4> b{};
-    std::memcpy(b.data(), bytes, b.size());
-    return b[0] | std::uint32_t{b[1]} << 8 | std::uint32_t{b[2]} << 16 | std::uint32_t{b[3]} << 24;
-}
-
 std::uint32_t eight_bytes(std::uint32_t crc, const char* bytes)
 {
-    const std::uint32_t near = crc ^ four_bytes(bytes);
-    const std::uint32_t far = four_bytes(bytes + 4);
+    const std::uint32_t near = crc ^ load_le<std::uint32_t>(bytes);
+    const std::uint32_t far = load_le<std::uint32_t>(bytes + 4);
     return tables[7][near & 255] ^ tables[6][near >> 8 & 255] ^ tables[5][near >> 16 & 255] ^ tables[4][near >> 24] ^
            tables[3][far & 255] ^ tables[2][far >> 8 & 255] ^ tables[1][far >> 16 & 255] ^ tables[0][far >> 24];
 }

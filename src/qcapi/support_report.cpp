@@ -45,7 +45,8 @@ void deliver_due()
 __attribute__((format(printf, 2, 0))) void report(int code, const char* format, va_list arguments)
 {
     std::array<char, report_text_len + 1> text{};
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    // The caller has started the list.
+    std::vsnprintf(text.data(), text.size(), format, arguments); // NOLINT(clang-analyzer-valist.Uninitialized)
     if (due_reports == nullptr) {
         deliver(code, text.data());
         return;
