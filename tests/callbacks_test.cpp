@@ -108,8 +108,8 @@ TEST_F(CallbackTest, AReportUnderALockComesAfterItsRelease)
     Mutex lock;
     bool free_at_report = false;
     host.in_callback = [&](const std::string& line) {
-        if (line.starts_with("error 1 ")) {
-            free_at_report = lock.try_lock();
+        if (line.starts_with("error 1 ") && lock.try_lock()) {
+            free_at_report = true;
             lock.unlock();
         }
     };

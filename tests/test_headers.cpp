@@ -1,0 +1,1 @@
+// Empty: the program that the tests' precompiled headers belong to. GoogleTest supplies main().
