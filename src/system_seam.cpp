@@ -14,8 +14,8 @@
 
 namespace {
 
-// What times() counts, without its system call, which would be most of a log line's cost, and without its wrap after 248
-// days in a 32-bit program.
+// What times() counts, without its system call, which would be most of a log line's cost, and without its wrap after
+// 248 days in a 32-bit program.
 std::int64_t real_ticks(int* ticks_per_second)
 {
     static const int per_second = static_cast<int>(sysconf(_SC_CLK_TCK));

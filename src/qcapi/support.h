@@ -92,8 +92,8 @@ constexpr bool ascii_digit(char c)
 // Asks the resolver. May take seconds, so it is done once, in the thread that logs in.
 void COMMON_Find_IP_LocalHost();
 
-// The last address of the latest look-up, at most 254 characters, or "127.0.0.1" if it found none. Looks up by itself if
-// nobody did. Static text that never changes; not the caller's to write into.
+// The last address of the latest look-up, at most 254 characters, or "127.0.0.1" if it found none. Looks up by itself
+// if nobody did. Static text that never changes; not the caller's to write into.
 char* COMMON_Get_IP_LocalHost();
 
 // ---- Reports ---------------------------------------------------------------------------------------------------
