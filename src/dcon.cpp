@@ -62,7 +62,6 @@ void* DCON_Init(void* descr)
 {
     DCON_DESCR& connection = *static_cast<DCON_DESCR*>(descr);
     THRCT_Increase_App_Thread_Counter();
-    connection.DCON_state = 0;
     wait_for_termination(connection);
     connection.DCON_state = DCON_ST_TERMIN;
     post_stop_records(connection);

@@ -26,6 +26,7 @@ void Prepare_Connection(DCON_DESCR& descr)
     descr.modesend = DEFAULT_MODE_SEND;
     descr.use_ssl = 0;
     descr.ticking_message = 0;
+    descr.DCON_state = 0; // before its thread runs: the reader may tell it to the host earlier
     descr.pRecv_Mss = &*Glb_Recv_Mss;
     descr.pSend_Mss = &*Glb_Send_Mss;
     descr.pLog_Mss = nullptr;
