@@ -5,7 +5,7 @@
 // Fixed texts are not terminated on the wire; here each has a spare zero behind it.
 #pragma once
 
-#include "../global.h"
+#include "global.h"
 
 #include <string>
 

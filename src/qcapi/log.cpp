@@ -3,11 +3,11 @@
 
 #include "log.h"
 
-#include "../arrm.h"
-#include "../little_endian.h"
-#include "../mutex.h"
+#include "arrm.h"
+#include "little_endian.h"
 #include "log_file.h"
 #include "log_layout.h"
+#include "mutex.h"
 #include "support.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "log_files.h"
 
-#include "../mutex.h"
 #include "log.h"
+#include "mutex.h"
 #include "support.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "log_reader.h"
 
-#include "../little_endian.h"
+#include "little_endian.h"
 #include "support.h"
 
 #include <algorithm>

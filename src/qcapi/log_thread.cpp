@@ -2,15 +2,15 @@
 // starts and after it has ended the thread that runs the session writes, through LOG_Write_Pending and LOG_End. Each
 // takes records and writes them under one lock, so that they reach the file in the order of the ring whoever writes.
 
-#include "../arrm.h"
-#include "../global.h"
-#include "../mutex.h"
-#include "../process_lifetime.h"
-#include "../thrct.h"
+#include "arrm.h"
+#include "global.h"
 #include "log.h"
 #include "log_file.h"
 #include "log_files.h"
+#include "mutex.h"
+#include "process_lifetime.h"
 #include "support.h"
+#include "thrct.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "support.h"
 
-#include "../mutex.h"
-#include "../process_lifetime.h"
-#include "../system_seam.h"
+#include "mutex.h"
+#include "process_lifetime.h"
+#include "system_seam.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "support.h"
 
-#include "../mutex.h"
-#include "../system_seam.h"
+#include "mutex.h"
+#include "system_seam.h"
 
 #include <algorithm>
 #include <cstring>

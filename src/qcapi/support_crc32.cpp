@@ -3,7 +3,7 @@
 // table look-up a byte gives.
 #include "support.h"
 
-#include "../little_endian.h"
+#include "little_endian.h"
 
 #include <array>
 #include <cstddef>
