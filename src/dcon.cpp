@@ -61,11 +61,10 @@ void post_stop_records(DCON_DESCR& descr)
 void* DCON_Init(void* descr)
 {
     DCON_DESCR& connection = *static_cast<DCON_DESCR*>(descr);
-    THRCT_Increase_App_Thread_Counter();
+    const CountedThread counted;
     wait_for_termination(connection);
     connection.DCON_state = DCON_ST_TERMIN;
     post_stop_records(connection);
-    THRCT_Decrease_App_Thread_Counter();
     return nullptr;
 }
 
@@ -73,7 +72,7 @@ void* DCON_Init(void* descr)
 void* DCON_Do_Send(void* descr)
 {
     DCON_DESCR& connection = *static_cast<DCON_DESCR*>(descr);
-    THRCT_Increase_App_Thread_Counter();
+    const CountedThread counted;
     std::array<char, MESSAGE_TRANS_RECORD_SIZE> record;
     int status = 0;
     int len = 0;
@@ -82,7 +81,6 @@ void* DCON_Do_Send(void* descr)
                      ? connection.pSend_Mss->Withdraw(record.data(), &len, nullptr, nullptr)
                      : -1;
     } while (status != TCP_SHUTTING_DOWN);
-    THRCT_Decrease_App_Thread_Counter();
     return nullptr;
 }
 

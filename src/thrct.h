@@ -9,6 +9,16 @@ void THRCT_Increase_App_Thread_Counter();
 void THRCT_Decrease_App_Thread_Counter();
 int THRCT_Get_App_Thread_Counter();
 
+// The stretch in which a thread counts as one of the library's.
+class CountedThread
+{
+public:
+    CountedThread() { THRCT_Increase_App_Thread_Counter(); }
+    ~CountedThread() { THRCT_Decrease_App_Thread_Counter(); }
+    CountedThread(const CountedThread&) = delete;
+    CountedThread& operator=(const CountedThread&) = delete;
+};
+
 // Reports "Waiting threads termination........", then waits. A round ends early when the counter reaches 0.
 void THRCT_Wait_For_Threads_Termination();
 

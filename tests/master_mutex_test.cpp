@@ -67,15 +67,29 @@ TEST(MasterMutex, GivesUpAllLevelsAndTakesThemBack)
     Master_Mutex mutex;
     mutex.Lock();
     mutex.Lock();
-    const int depth = mutex.Give_Up();
-    EXPECT_EQ(depth, 2);
+    const Master_Mutex::Hold hold = mutex.Give_Up();
+    EXPECT_EQ(hold.depth, 2);
     EXPECT_FALSE(mutex.Is_Mine());
-    mutex.Take_Back(depth);
+    mutex.Take_Back(hold);
     mutex.Unlock();
     EXPECT_TRUE(mutex.Is_Mine());
     mutex.Unlock();
     EXPECT_FALSE(mutex.Is_Mine());
-    EXPECT_EQ(mutex.Give_Up(), 0);
+    EXPECT_EQ(mutex.Give_Up().depth, 0);
+}
+
+TEST(MasterMutex, OnlyAParkedLockIsOpenedFromOutside)
+{
+    Master_Mutex mutex;
+    mutex.Let_Waiting_Threads_In();
+    mutex.Take_Back(mutex.Give_Up()); // still parked
+    std::thread([&] { mutex.Open_Parked(); }).join();
+    EXPECT_FALSE(mutex.Is_Mine());
+    mutex.Lock();
+    mutex.Take_Back(mutex.Give_Up()); // still not parked
+    mutex.Open_Parked();
+    EXPECT_TRUE(mutex.Is_Mine());
+    mutex.Unlock();
 }
 
 TEST(MasterMutex, AnExitOpensAParkedLockForGood)

@@ -91,62 +91,71 @@ void unexpected_status(int status, Inbound_Record& record)
     LOG_Put_Err_Msg(QAPI_ERR_STATUS_NOT_EXPECTED_TXT, status, record.data.data());
 }
 
+void act_for_client(int status, Inbound_Record& record)
+{
+    switch (status) {
+    case TCP_STATUS_OPEN_CONNECTION:
+        connection_opened(record);
+        break;
+    case TCP_ERROR_CANT_CONNECT:
+        tell_status(TCP_ERROR_CANT_CONNECT, "Can't connect");
+        break;
+    case TCP_STATUS_CLOSED_CONNECTION:
+        Glb_main_connected = 0;
+        LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
+        connection_closed(record);
+        break;
+    case TCP_STATUS_PACKET_RECEIVED:
+        message_received(record);
+        break;
+    default:
+        unexpected_status(status, record);
+        break;
+    }
+}
+
+void act_for_server(int status, Inbound_Record& record)
+{
+    switch (status) {
+    case TCP_STATUS_OPEN_CONNECTION:
+        Glb_main_connected = 1;
+        tell_status(TCP_STATUS_OPEN_CONNECTION, "Connected");
+        break;
+    case TCP_STATUS_CLOSED_CONNECTION:
+        Glb_main_connected = 0;
+        connection_closed(record);
+        break;
+    case TCP_STATUS_PACKET_RECEIVED:
+        message_received(record);
+        break;
+    default:
+        unexpected_status(status, record);
+        break;
+    }
+}
+
+void read_until_stop(void (*act)(int status, Inbound_Record& record))
+{
+    Inbound_Record record;
+    int status = 0;
+    while ((status = take_next(record)) != TCP_SHUTTING_DOWN) {
+        act(status, record);
+    }
+}
+
 } // namespace
 
 void* CQcApi::Process_Messages(void* /*unused*/)
 {
-    THRCT_Increase_App_Thread_Counter();
-    Inbound_Record record;
-    int status = 0;
-    while ((status = take_next(record)) != TCP_SHUTTING_DOWN) {
-        switch (status) {
-        case TCP_STATUS_OPEN_CONNECTION:
-            connection_opened(record);
-            break;
-        case TCP_ERROR_CANT_CONNECT:
-            tell_status(TCP_ERROR_CANT_CONNECT, "Can't connect");
-            break;
-        case TCP_STATUS_CLOSED_CONNECTION:
-            Glb_main_connected = 0;
-            LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
-            connection_closed(record);
-            break;
-        case TCP_STATUS_PACKET_RECEIVED:
-            message_received(record);
-            break;
-        default:
-            unexpected_status(status, record);
-            break;
-        }
-    }
+    const CountedThread counted;
+    read_until_stop(act_for_client);
     tell_status(TCP_SHUTTING_DOWN, "Attempts to establish a connection and processing messages have been suspended");
-    THRCT_Decrease_App_Thread_Counter();
     return nullptr;
 }
 
 void* CQcApi::Process_DS_Messages(void* /*unused*/)
 {
-    THRCT_Increase_App_Thread_Counter();
-    Inbound_Record record;
-    int status = 0;
-    while ((status = take_next(record)) != TCP_SHUTTING_DOWN) {
-        switch (status) {
-        case TCP_STATUS_OPEN_CONNECTION:
-            Glb_main_connected = 1;
-            tell_status(TCP_STATUS_OPEN_CONNECTION, "Connected");
-            break;
-        case TCP_STATUS_CLOSED_CONNECTION:
-            Glb_main_connected = 0;
-            connection_closed(record);
-            break;
-        case TCP_STATUS_PACKET_RECEIVED:
-            message_received(record);
-            break;
-        default:
-            unexpected_status(status, record);
-            break;
-        }
-    }
-    THRCT_Decrease_App_Thread_Counter();
+    const CountedThread counted;
+    read_until_stop(act_for_server);
     return nullptr;
 }

@@ -50,13 +50,13 @@ private:
 class CallbacksLetThrough
 {
 public:
-    CallbacksLetThrough() : m_depth(The_Master_Mutex->Give_Up()) {}
-    ~CallbacksLetThrough() { The_Master_Mutex->Take_Back(m_depth); }
+    CallbacksLetThrough() : m_hold(The_Master_Mutex->Give_Up()) {}
+    ~CallbacksLetThrough() { The_Master_Mutex->Take_Back(m_hold); }
     CallbacksLetThrough(const CallbacksLetThrough&) = delete;
     CallbacksLetThrough& operator=(const CallbacksLetThrough&) = delete;
 
 private:
-    int m_depth;
+    Master_Mutex::Hold m_hold;
 };
 
 // Into a fixed text with a spare zero as its last byte.

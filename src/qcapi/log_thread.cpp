@@ -223,7 +223,7 @@ void LOG_Init(const char* /*name*/, const char* dir)
 
 void* LOG_Process(void* /*unused*/)
 {
-    THRCT_Increase_App_Thread_Counter();
+    const CountedThread counted;
     log_threads.fetch_add(1);
     int status = 0;
     while (status != TCP_SHUTTING_DOWN) {
@@ -232,7 +232,6 @@ void* LOG_Process(void* /*unused*/)
         status = write_burst();
     }
     log_threads.fetch_sub(1);
-    THRCT_Decrease_App_Thread_Counter();
     return nullptr;
 }
 

@@ -1,5 +1,7 @@
 #include "master_mutex.h"
 
+#include <algorithm>
+
 void Master_Mutex::Lock()
 {
     std::unique_lock lock(m_guard);
@@ -32,7 +34,7 @@ int Master_Mutex::Waiting()
 
 void Master_Mutex::Let_Waiting_Threads_In()
 {
-    const int depth = Give_Up();
+    const Hold before = Give_Up();
     // The ticket drawn here stands behind those of all who wait now.
     std::unique_lock lock(m_guard);
     if (m_exiting) {
@@ -44,31 +46,31 @@ void Master_Mutex::Let_Waiting_Threads_In()
         pass_on();
         return;
     }
-    m_depth = depth > 0 ? depth : 1;
+    m_depth = std::max(before.depth, 1);
     m_parked = true;
 }
 
-int Master_Mutex::Give_Up()
+Master_Mutex::Hold Master_Mutex::Give_Up()
 {
     const std::lock_guard lock(m_guard);
     if (m_depth == 0 || m_owner != std::this_thread::get_id()) {
-        return 0;
+        return {};
     }
-    const int depth = m_depth;
+    const Hold hold{m_depth, m_parked};
     m_depth = 0;
     pass_on();
-    return depth;
+    return hold;
 }
 
-void Master_Mutex::Take_Back(int depth)
+void Master_Mutex::Take_Back(Hold hold)
 {
     std::unique_lock lock(m_guard);
-    if (depth == 0 || m_exiting) {
+    if (hold.depth == 0 || m_exiting) {
         return;
     }
     wait_for_turn(lock);
-    m_depth = depth;
-    m_parked = true;
+    m_depth = hold.depth;
+    m_parked = hold.parked;
 }
 
 void Master_Mutex::Open_Parked()

@@ -24,9 +24,16 @@ public:
     // Lets every thread that waits now have its turn, then parks the lock with the calling thread.
     void Let_Waiting_Threads_In();
 
-    // Gives up all that the calling thread holds, and what Take_Back needs to restore it: 0 if it held nothing.
-    int Give_Up();
-    void Take_Back(int depth);
+    // What a thread held of the lock: how often it took it (0: not at all), and whether it parked it.
+    struct Hold
+    {
+        int depth = 0;
+        bool parked = false;
+    };
+
+    // Gives up all that the calling thread holds, to be taken back later.
+    Hold Give_Up();
+    void Take_Back(Hold hold);
 
     // Opens a parked lock, whoever parked it. For the end of the API object: the next one starts with a free lock.
     void Open_Parked();
