@@ -6,6 +6,8 @@
 #include <bit>
 #include <concepts>
 
+namespace qapi {
+
 // The `sizeof(T)` bytes at `from` as a number.
 template <std::integral T> [[nodiscard]] constexpr T load_le(const char* from)
 {
@@ -26,3 +28,8 @@ template <std::integral T> constexpr void store_le(char* to, T value)
     }
     std::copy_n(bytes.begin(), sizeof(T), to);
 }
+
+} // namespace qapi
+
+using qapi::load_le;
+using qapi::store_le;

@@ -21,6 +21,8 @@
 #define EXCLUDES(...) QAPI_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define NO_THREAD_SAFETY_ANALYSIS QAPI_THREAD_ANNOTATION(no_thread_safety_analysis)
 
+namespace qapi {
+
 class CAPABILITY("mutex") Mutex
 {
 public:
@@ -47,3 +49,8 @@ public:
 private:
     Mutex& m_mutex;
 };
+
+} // namespace qapi
+
+using qapi::Mutex;
+using qapi::MutexLock;

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <mutex>
 
+namespace qapi {
+
 template <typename T> class ProcessLifetime
 {
 public:
@@ -39,3 +41,7 @@ private:
     std::atomic<T*> m_object{nullptr};
     std::mutex m_making;
 };
+
+} // namespace qapi
+
+using qapi::ProcessLifetime;

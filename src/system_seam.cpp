@@ -102,17 +102,17 @@ constinit std::atomic<const SystemCalls*> system_in_force{&real_system};
 
 } // namespace
 
-const SystemCalls& System()
+const SystemCalls& qapi::System()
 {
     return *system_in_force.load(std::memory_order_acquire);
 }
 
-const SystemCalls& Real_System()
+const SystemCalls& qapi::Real_System()
 {
     return real_system;
 }
 
-void Set_System(const SystemCalls* calls)
+void qapi::Set_System(const SystemCalls* calls)
 {
     system_in_force.store(calls != nullptr ? calls : &real_system, std::memory_order_release);
 }

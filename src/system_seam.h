@@ -11,6 +11,8 @@
 #include <sys/time.h>
 #include <vector>
 
+namespace qapi {
+
 struct SystemCalls
 {
     // Ticks since some fixed moment, monotonic, not moved by changes of the system clock; 100 a second as a rule.
@@ -39,3 +41,10 @@ const SystemCalls& Real_System();
 
 // Puts `calls` in force; null puts the real ones back. The object must outlive its use.
 void Set_System(const SystemCalls* calls);
+
+} // namespace qapi
+
+using qapi::Real_System;
+using qapi::Set_System;
+using qapi::System;
+using qapi::SystemCalls;

@@ -9,6 +9,8 @@ void THRCT_Increase_App_Thread_Counter();
 void THRCT_Decrease_App_Thread_Counter();
 int THRCT_Get_App_Thread_Counter();
 
+namespace qapi {
+
 // The stretch in which a thread counts as one of the library's.
 class CountedThread
 {
@@ -18,6 +20,10 @@ public:
     CountedThread(const CountedThread&) = delete;
     CountedThread& operator=(const CountedThread&) = delete;
 };
+
+} // namespace qapi
+
+using qapi::CountedThread;
 
 // Reports "Waiting threads termination........", then waits. A round ends early when the counter reaches 0.
 void THRCT_Wait_For_Threads_Termination();

@@ -69,7 +69,7 @@ protected:
     static std::string LastSentDate()
     {
         char date[9];
-        Get_Last_Sent_Date(date);
+        COMMON_Get_Last_Sent_Date(date);
         return date;
     }
 
@@ -242,7 +242,7 @@ TEST_F(Clock, TheDayIsThatOfTheLocalTime)
 
 TEST_F(Clock, ADateFromAMessageIsComparedWithToday)
 {
-    Put_Last_Sent_Date("20231113 and more");
+    COMMON_Put_Last_Sent_Date("20231113 and more");
     EXPECT_EQ(LastSentDate(), "20231113");
     Glb_last_sent_message_num = 7;
     COMMON_Adjust_Time(0);

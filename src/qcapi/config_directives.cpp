@@ -232,7 +232,7 @@ constexpr Directive directives[] = {
 
 } // namespace
 
-bool Apply_Directive(const char* keyword, const char* value, ConfigFile& line)
+bool qapi::Apply_Directive(const char* keyword, const char* value, ConfigFile& line)
 {
     for (const Directive& directive : directives) {
         if (std::strcmp(directive.keyword, keyword) == 0) {

@@ -20,7 +20,7 @@ constexpr int datamanager_list_type = 5;
 
 } // namespace
 
-void Subscribe_Transaction_Feed()
+void qapi::Subscribe_Transaction_Feed()
 {
     for (const int message : transaction_feed_messages) {
         Glb_suscribed_message[message] = 1;
@@ -30,7 +30,7 @@ void Subscribe_Transaction_Feed()
 #undef ADD_TABLE
 }
 
-void Subscribe_Tarnel_Feed()
+void qapi::Subscribe_Tarnel_Feed()
 {
     COMMON_Global_Codes_Add(datamanager_list_type, DATAMANAGER_LIST_CODE);
     Glb_suscribed_message[tarnel_feed_message] = 1;

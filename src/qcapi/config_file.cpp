@@ -28,13 +28,13 @@ bool ConfigFile::next_line()
     return true;
 }
 
-int config_number(const char* text)
+int qapi::config_number(const char* text)
 {
     using Range = std::numeric_limits<std::int32_t>;
     return static_cast<int>(std::clamp<long long>(std::strtoll(text, nullptr, 10), Range::min(), Range::max()));
 }
 
-std::string config_error(const char* format, ...)
+std::string qapi::config_error(const char* format, ...)
 {
     std::array<char, QAPI_ERROR_MESSAGE_LEN> text{};
     va_list arguments;

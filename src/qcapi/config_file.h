@@ -13,6 +13,8 @@
 #include <memory>
 #include <string>
 
+namespace qapi {
+
 // Cuts a text into tokens, in place, at QAPI_delimiters.
 class ConfigTokens
 {
@@ -80,3 +82,14 @@ constexpr bool is_table_number(int number)
 // What transaction_feed and tarnel_feed subscribe.
 void Subscribe_Transaction_Feed();
 void Subscribe_Tarnel_Feed();
+
+} // namespace qapi
+
+using qapi::Apply_Directive;
+using qapi::config_error;
+using qapi::config_number;
+using qapi::ConfigFile;
+using qapi::ConfigTokens;
+using qapi::is_table_number;
+using qapi::Subscribe_Tarnel_Feed;
+using qapi::Subscribe_Transaction_Feed;

@@ -17,7 +17,7 @@
 #include <cstring>
 #include <unistd.h>
 
-void Prepare_Connection(DCON_DESCR& descr)
+void qapi::Prepare_Connection(DCON_DESCR& descr)
 {
     std::fill(std::begin(descr.fhost), std::end(descr.fhost), 0U);
     std::fill(std::begin(descr.tcp_port), std::end(descr.tcp_port), std::uint16_t{0});
@@ -37,7 +37,7 @@ void Prepare_Connection(DCON_DESCR& descr)
 // A stop record of the last session may still lie in a ring; it would end the new session's threads at once. The
 // request to the connection thread is cleared here too, before that thread starts: cleared by the thread itself, a
 // Logout right behind the Login could be lost.
-void Prepare_Rings()
+void qapi::Prepare_Rings()
 {
     Glb_Send_Mss->Initialize();
     Glb_Recv_Mss->Initialize();

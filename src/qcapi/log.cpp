@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace log_layout;
+using namespace qapi::log_layout;
 
 // ---- Time stamp ------------------------------------------------------------------------------------------------
 

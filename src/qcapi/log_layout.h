@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-namespace log_layout {
+namespace qapi::log_layout {
 
 inline constexpr int DATE = 0;               //  8  YYYYMMDD
 inline constexpr int HOUR = 8;               //  6  HHMMSS
@@ -40,4 +40,4 @@ static_assert(BODY == STATUS + 4 && BODY == LOG_TEXT_HEADER_LENGTH);
 static_assert(TARGET_TABLES == LABEL + LOG_LABEL_LENGTH && PACKET == TARGET_TABLES + TARGET_TABLES_WIDTH);
 static_assert(PACKET == LOG_MESSAGE_PREFIX_LENGTH && LONGEST_BODY == 3267 && LONGEST_PACKET == 3179);
 
-} // namespace log_layout
+} // namespace qapi::log_layout

@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace log_layout;
+using namespace qapi::log_layout;
 
 // Lengths above this can only be lengths read in the wrong byte order.
 constexpr std::uint32_t other_byte_order_above = 61440;

@@ -14,6 +14,8 @@
 #include <span>
 #include <string_view>
 
+namespace qapi {
+
 struct LogEntry
 {
     enum class Kind
@@ -78,3 +80,8 @@ private:
     bool m_source_ended = false;
     std::uint64_t m_offset = 0; // of m_begin in the input
 };
+
+} // namespace qapi
+
+using qapi::LogEntry;
+using qapi::LogReader;

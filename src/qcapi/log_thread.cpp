@@ -223,8 +223,8 @@ void LOG_Init(const char* /*name*/, const char* dir)
 
 void* LOG_Process(void* /*unused*/)
 {
-    const CountedThread counted;
     log_threads.fetch_add(1);
+    const CountedThread counted;
     int status = 0;
     while (status != TCP_SHUTTING_DOWN) {
         Glb_Log_Mss->Wait_For_Any_Pkt();

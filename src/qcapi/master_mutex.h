@@ -13,6 +13,8 @@
 #include <mutex>
 #include <thread>
 
+namespace qapi {
+
 class Master_Mutex
 {
 public:
@@ -55,3 +57,7 @@ private:
     bool m_parked = false;
     bool m_exiting = false;
 };
+
+} // namespace qapi
+
+using qapi::Master_Mutex;

@@ -31,7 +31,10 @@ inline constexpr int QAPI_INITIALIZED_AS_DS = 2; // by Connect
 
 class CMessage;
 class CQcApi;
+
+namespace qapi {
 class Master_Mutex;
+}
 
 /// The one object of the process, set by its constructor and cleared by its destructor. The library's own definition is
 /// weak: a host may define the variable itself, or leave it.
@@ -256,9 +259,9 @@ private:
     static void Join_Left_Threads();
     static void AtExitQcApi();
 
-    char dest_host[60 + 1] = {}; // host text given to Connect; a spare zero behind it
-    short dest_port = 0;         // port given to Connect; 0: the configuration alone chooses the servers
-    std::string last_error_msg;  // text of the last failure of Initialize or of the configuration readers
-    std::mutex& mutex_lock;      // guards the received-message tables; lives as long as the process
-    Master_Mutex& master_mutex;  // one callback at a time; lives as long as the process
+    char dest_host[60 + 1] = {};      // host text given to Connect; a spare zero behind it
+    short dest_port = 0;              // port given to Connect; 0: the configuration alone chooses the servers
+    std::string last_error_msg;       // text of the last failure of Initialize or of the configuration readers
+    std::mutex& mutex_lock;           // guards the received-message tables; lives as long as the process
+    qapi::Master_Mutex& master_mutex; // one callback at a time; lives as long as the process
 };

@@ -15,8 +15,8 @@ std::atomic<unsigned> Glb_Proc_Flag{0};
 unsigned glb_num_proc_msgs = 0;
 
 ProcessLifetime<std::string> L_dir_name([] { return new std::string; });
-ProcessLifetime<Master_Mutex> The_Master_Mutex([] { return new Master_Mutex; });
-ProcessLifetime<std::mutex> The_Mailbox_Mutex([] { return new std::mutex; });
+ProcessLifetime<Master_Mutex> qapi::The_Master_Mutex([] { return new Master_Mutex; });
+ProcessLifetime<std::mutex> qapi::The_Mailbox_Mutex([] { return new std::mutex; });
 
 namespace {
 
@@ -51,7 +51,7 @@ private:
 
 } // namespace
 
-void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
+void qapi::Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
 {
     const OutsideSignalsBlocked inherited_by_the_worker;
     worker.entry = entry;
@@ -60,7 +60,7 @@ void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
     worker.joinable = worker.result == 0;
 }
 
-void Join_Worker(Worker_Thread& worker)
+void qapi::Join_Worker(Worker_Thread& worker)
 {
     if (worker.joinable) {
         pthread_join(worker.id, nullptr);
@@ -68,7 +68,7 @@ void Join_Worker(Worker_Thread& worker)
     }
 }
 
-Worker_Thread* This_Worker()
+Worker_Thread* qapi::This_Worker()
 {
     return this_worker;
 }

@@ -9,6 +9,10 @@
 #include <pthread.h>
 #include <string>
 
+struct DCON_DESCR;
+
+namespace qapi {
+
 // One of the four threads of a session. Filled by the thread that starts the session, which also joins it.
 struct Worker_Thread
 {
@@ -20,16 +24,37 @@ struct Worker_Thread
     void* argument = nullptr;
 };
 
-extern Worker_Thread glb_thread_log;
-extern Worker_Thread glb_thread_read;
-extern Worker_Thread glb_thread_send;
-extern Worker_Thread glb_thread_dcon;
-
 void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument);
 void Join_Worker(Worker_Thread& worker);
 
 // The worker that the calling thread is, or null.
 Worker_Thread* This_Worker();
+
+// Behind CQcApi::master_mutex and CQcApi::mutex_lock: threads may outlive the object, so the locks outlive it too.
+extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
+extern ProcessLifetime<std::mutex> The_Mailbox_Mutex;
+
+// Brings a connection descriptor to its state before any configuration: the rings, and no host.
+void Prepare_Connection(DCON_DESCR& descr);
+
+// Empties the inbound and outbound rings and clears the request to the connection thread, before threads start.
+void Prepare_Rings();
+
+} // namespace qapi
+
+using qapi::Join_Worker;
+using qapi::Prepare_Connection;
+using qapi::Prepare_Rings;
+using qapi::Start_Worker;
+using qapi::The_Mailbox_Mutex;
+using qapi::The_Master_Mutex;
+using qapi::This_Worker;
+using qapi::Worker_Thread;
+
+extern Worker_Thread glb_thread_log;
+extern Worker_Thread glb_thread_read;
+extern Worker_Thread glb_thread_send;
+extern Worker_Thread glb_thread_dcon;
 
 extern pthread_t glb_master_thread; // the thread that built the API object
 
@@ -40,15 +65,3 @@ extern unsigned glb_num_proc_msgs;          // messages that the reader has take
 
 // The directory of the session, taken at Initialize.
 extern ProcessLifetime<std::string> L_dir_name;
-
-// Behind CQcApi::master_mutex and CQcApi::mutex_lock: threads may outlive the object, so the locks outlive it too.
-extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
-extern ProcessLifetime<std::mutex> The_Mailbox_Mutex;
-
-struct DCON_DESCR;
-
-// Brings a connection descriptor to its state before any configuration: the rings, and no host.
-void Prepare_Connection(DCON_DESCR& descr);
-
-// Empties the inbound and outbound rings and clears the request to the connection thread, before threads start.
-void Prepare_Rings();

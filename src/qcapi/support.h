@@ -17,8 +17,8 @@ extern std::atomic<long> Glb_time_diff;
 // Today as YYYYMMDD of the adjusted local time; a spare zero stands behind the eight digits. Several threads write it:
 // use the two functions below while threads run.
 extern char Glb_last_sent_date[8 + 1];
-void Put_Last_Sent_Date(const char* date); // 8 characters, no terminator needed
-void Get_Last_Sent_Date(char* date);       // 9 bytes, with the terminator
+void COMMON_Put_Last_Sent_Date(const char* date); // 8 characters, no terminator needed
+void COMMON_Get_Last_Sent_Date(char* date);       // 9 bytes, with the terminator
 
 // Number given to the last persistent message sent. Starts again every day.
 extern std::atomic<unsigned> Glb_last_sent_message_num;
@@ -78,6 +78,8 @@ int L_Get_Other_Date(long seconds_to_move, char* final_date, char* hour);
 // Removes the file `name` in `directory`, the working directory of the run.
 void COMMON_Table_Delete(const char* directory, const char* name);
 
+namespace qapi {
+
 // ASCII only and safe for any byte: what the process's locale says does not matter to wire and file texts.
 constexpr char ascii_lower(char c)
 {
@@ -87,6 +89,11 @@ constexpr bool ascii_digit(char c)
 {
     return c >= '0' && c <= '9';
 }
+
+} // namespace qapi
+
+using qapi::ascii_digit;
+using qapi::ascii_lower;
 
 // ---- Local address ---------------------------------------------------------------------------------------------
 // Asks the resolver. May take seconds, so it is done once, in the thread that logs in.
@@ -106,6 +113,8 @@ void COMMON_Put_Syslog_Message(int error_flag, const char* text_format, ...) __a
 
 // Reports with code INTERNAL_ERROR.
 void LOG_Put_Err_Msg(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+namespace qapi {
 
 // Where the two halves of a report go. Installed by the floors above; null drops that half.
 void Set_Report_Line_Sink(void (*write_line)(const char* text));
@@ -132,3 +141,9 @@ public:
 private:
     std::list<Report> m_due; // used in the outermost one alone
 };
+
+} // namespace qapi
+
+using qapi::ReportHold;
+using qapi::Set_Report_Host_Sink;
+using qapi::Set_Report_Line_Sink;

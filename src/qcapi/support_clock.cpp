@@ -146,13 +146,13 @@ void COMMON_Adjust_Time(long adjust_time)
     }
 }
 
-void Put_Last_Sent_Date(const char* date)
+void COMMON_Put_Last_Sent_Date(const char* date)
 {
     const MutexLock lock(date_lock);
     std::memcpy(Glb_last_sent_date, date, sizeof Glb_last_sent_date - 1);
 }
 
-void Get_Last_Sent_Date(char* date)
+void COMMON_Get_Last_Sent_Date(char* date)
 {
     const MutexLock lock(date_lock);
     std::memcpy(date, Glb_last_sent_date, sizeof Glb_last_sent_date);

@@ -75,12 +75,12 @@ void LOG_Put_Err_Msg(const char* format, ...)
     va_end(arguments);
 }
 
-void Set_Report_Line_Sink(void (*write_line)(const char* text))
+void qapi::Set_Report_Line_Sink(void (*write_line)(const char* text))
 {
     line_sink.store(write_line, std::memory_order_release);
 }
 
-void Set_Report_Host_Sink(void (*tell_host)(int error_code, char* text))
+void qapi::Set_Report_Host_Sink(void (*tell_host)(int error_code, char* text))
 {
     host_sink.store(tell_host, std::memory_order_release);
 }

@@ -1,8 +1,10 @@
 #!/bin/bash
 # The shared library shows a host the interface and nothing else: CQcApi's members, what run-time type information needs,
-# and Cur_Qapi. Argument: the library.
+# and Cur_Qapi. The archive shows all its names to the linker, so they must be such that no host has them too: the
+# system's own, by their families, and the rest in namespace qapi. Arguments: the library, the archive.
 set -euo pipefail
 library=$1
+archive=$2
 
 fail() {
     echo "FAILED: $*"
@@ -21,4 +23,10 @@ for wanted in 'T CQcApi::CQcApi()' 'T CQcApi::Login(char*, char*)' 'T CQcApi::On
 done
 leaked=$(grep -Ev '^[A-Za-z] (CQcApi::|(vtable|typeinfo|typeinfo name) for CQcApi$|Cur_Qapi$)' <<<"$exported" || true)
 [ -z "$leaked" ] || fail "exported beside the interface:"$'\n'"$leaked"
-echo "$(wc -l <<<"$exported") symbols, all of the interface"
+
+own='CQcApi|CMss_Arr|CvArray|Mss_Rec|Cur_Qapi|(COMMON|CONF|DCON|LOG|QAPI|QCAPI|THRCT)_|[Gg](lb|bl)_|L_|Do_m?Sleep|L_Get'
+own+='|GetCompilationPlatform|tolowerstr|str_isnum|[A-Z0-9]+_[A-Z0-9_]+$'
+common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
+    grep -Ev "^($own)|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for CQcApi$" || true)
+[ -z "$common" ] || fail "names of the archive that a host may have too:"$'\n'"$common"
+echo "$(wc -l <<<"$exported") symbols, all of the interface; the archive's names are its own"

@@ -45,6 +45,13 @@ int SessionTest::running_threads()
     return entries_of("/proc/self/task");
 }
 
+void SessionTest::wait_until_running_threads_fall_to(int number)
+{
+    while (running_threads() > number) {
+        std::this_thread::yield();
+    }
+}
+
 void let_crashes_kill()
 {
     std::signal(SIGSEGV, SIG_DFL);

@@ -19,6 +19,8 @@ protected:
     static void wait_for_worker_threads(int number);
     static int open_descriptors();
     static int running_threads();
+    // A joined thread may be seen for a moment longer; one that was left never goes, and the test runs into its limit.
+    static void wait_until_running_threads_fall_to(int number);
 
     ScratchDirectory scratch;
 };
