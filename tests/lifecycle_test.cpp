@@ -9,7 +9,11 @@
 #include "thrct.h"
 
 #include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -19,6 +23,14 @@ using LifecycleTest = SessionTest;
 constexpr const char* stopped_line =
     "status 27 Attempts to establish a connection and processing messages have been suspended";
 constexpr const char* already_line = "error 17 The API was already initiated state None / 0 0";
+
+// A disk that is full behind so many bytes, as far as this process can tell.
+void let_files_grow_to(rlim_t bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{.rlim_cur = bytes, .rlim_max = bytes};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
 
 TEST_F(LifecycleTest, LoginStartsFourThreadsAndLogoutEndsThem)
 {
@@ -155,6 +167,24 @@ TEST_F(LifecycleTest, ADirectoryThatDisappearsUnderASessionDoesNotStopIt)
     EXPECT_TRUE(host.wait_for("status 21 Connected"));
     EXPECT_EQ(host.Logout(), 0);
     std::filesystem::current_path(scratch.path());
+}
+
+TEST_F(LifecycleTest, ADiskThatIsFullUnderTheLogLeavesTheSessionRunning)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            let_files_grow_to(300);
+            RecordingHost host;
+            const int login = host.login();
+            connection_says(TCP_STATUS_OPEN_CONNECTION);
+            const bool heard = host.wait_for("status 21 Connected");
+            const int logout = host.Logout();
+            std::fprintf(stderr, "login %d, heard %d, logout %d, log %s", login, heard, logout,
+                         scratch.read("qapi.log").ends_with('\n') ? "whole" : "torn");
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^login 0, heard 1, logout 0, log whole$");
 }
 
 TEST_F(LifecycleTest, AnInvalidPreviousDateStopsTheLoginAndKeepsItsFile)
