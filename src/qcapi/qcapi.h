@@ -114,7 +114,7 @@ public:
      * @param password  at most 16 characters; empty or null keeps the last one. A password directive overrides it.
      * @return 0 when the threads run, else a code that was also reported: 17 already running (name and password are
      *         taken over even then), 1 to 3 and 21 from the configuration, 25 to 28 from the previous-date file, 29
-     * when an earlier previous-date request was never answered.
+     *         when an earlier previous-date request was never answered.
      */
     int Login(char* user_name, char* password);
 
@@ -148,12 +148,19 @@ public:
     // ---- Received messages ---------------------------------------------------------------------------------------
 
     /**
-     * @brief Selects a received record for the GetField operations.
+     * @brief Selects a received record for the GetField operations. Copies nothing: the record stays in its table.
+     * @param message_type any of the record's names, any case
+     * @param message_num  the number that OnMessageReceived gave
      * @return 0, 4, 15 unknown name or one without a table, 18 no such record; 15 and 18 are also reported
      */
     int TakeMessage(char* message_type, unsigned int message_num);
 
-    /// Declares a record done and removes it. @return as TakeMessage; 0 for a table record that is already gone
+    /**
+     * @brief Declares a received record done and removes it; the next session resumes behind it.
+     * @param message_type any of the record's names, any case
+     * @param message_num  the number that OnMessageReceived gave
+     * @return as TakeMessage; 0 for a table record that is already gone. Any thread.
+     */
     int FinishMessageProcess(char* message_type, unsigned int message_num);
 
     /**
@@ -164,53 +171,99 @@ public:
      */
     int GetField(char* field_name, char* data_copy);
 
-    /// The next named field. `field_name` starts empty, receives the path (up to 1023 characters) and is passed in
-    /// again. @return the field's type, 0 at the end
+    /**
+     * @brief Walks the named fields of the taken record.
+     * @param field_name starts as an empty text, receives each field's path and is passed in again; the caller's,
+     *                   1024 bytes
+     * @param data_copy  as in GetField
+     * @return the field's type, 0 at the end (data_copy is then empty)
+     */
     int GetNextField(char* field_name, char* data_copy);
 
-    /// A field of the message being composed, as text in a static buffer; `data_copy` is not looked at. @return "" on
-    /// failure
+    /**
+     * @brief Reads back a field of the message being composed.
+     * @param field_name path of the field, any case
+     * @param data_copy  not looked at
+     * @return the value as text, "" on failure; the library's, until the next call
+     */
     char* GetSField(char* field_name, char* data_copy);
 
-    /// As GetField. @return the field's length, 0 on failure (data_copy is then untouched)
+    /**
+     * @brief Copies a field of the taken record, as GetField does.
+     * @return the field's length in bytes, 0 on failure (data_copy is then untouched)
+     */
     int GetFieldBSTR(char* field_name, char* data_copy);
 
-    /// Copies 8 bytes of a date, without a zero. @return 8, 0 on failure
+    /**
+     * @brief Copies a date field of the taken record.
+     * @param date_copy receives 8 bytes YYYYMMDD, without a zero; the caller's
+     * @return 8, 0 on failure (date_copy is then untouched)
+     */
     int GetFieldDATE(char* field_name, char* date_copy);
 
-    /// @return the field's value as a number, 0 on failure
+    /// @return a field of the taken record as a number, 0 on failure
     long GetFieldLONG(char* field_name);
 
-    /// @return 1 if the taken record has the field, else 0, reported
+    /// @return 1 if the taken record has the field, else 0, which is also reported
     int IsDefined(char* field_name);
 
     // ---- Messages to send ----------------------------------------------------------------------------------------
+    // In this version a session has no connection and no message can be composed: the operations that want one return
+    // 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name keeps to the
+    // kind of the taken record.
 
-    /// Starts a message; an empty name starts a copy of the taken record. @return 0, 4 or 15
+    /**
+     * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record.
+     * @return 0, 4 when nothing runs, 15 for a name that can't be composed (also reported)
+     */
     int InitMessage(char* message_type);
-    /// Sets a field of the message from text. @return 0, 4, 15 or 16
+
+    /**
+     * @brief Sets a field from text.
+     * @param new_value as many bytes as the field is long are read from it, whatever its terminator says
+     * @return 0, 4, 15, or 16 for a field that the message does not have (also reported)
+     */
     int SetFieldBSTR(char* message_type, char* field_name, char* new_value);
-    /// Sets a date field from YYYYMMDD. @return 0, 4, 15 or 16
+    /// Sets a date field from 8 characters YYYYMMDD. @return as SetFieldBSTR
     int SetFieldDATE(char* message_type, char* field_name, char* new_value);
-    /// Sets a field from a number. @return 0, 4, 15 or 16
+    /// Sets a field from a number of at most 32 bits. @return as SetFieldBSTR
     int SetFieldLONG(char* message_type, char* field_name, long new_value);
-    /// Sets a field from an unsigned number. @return 0, 4, 15 or 16
+    /// Sets a field from an unsigned number. @return as SetFieldBSTR
     int SetFieldUINT(char* message_type, char* field_name, unsigned int new_value);
-    /// Queues the message for sending. @return 0, 4 or 15; it says nothing about the network
+
+    /**
+     * @brief Stamps the message and queues it; waits first if send_msg_delay_millisec asks for a pause.
+     * @return 0, 4 or 15. It says nothing about the network: what is queued when a connection closes is dropped.
+     */
     int SendMessage(char* message_type);
-    /// Adds an addressee of the next message. @return 0
+
+    /**
+     * @brief Adds an addressee of the next order.
+     * @param address_data two characters of identifier, then the name; 150 bytes for all of one message's
+     * @return 0, always
+     */
     int SendMessageTo(char* address_data);
-    /// Has no effect. @return 0, or 4 if nothing runs
+
+    /// Has no effect; both arguments are ignored. @return 0, or 4 if nothing runs
     int LastAcknowledgedMessage(char* date, unsigned int message_num);
 
     // ---- Conditions on received messages -------------------------------------------------------------------------
 
-    /// Adds a condition for the next session. @return 0, 15 or 16
+    /**
+     * @brief Adds a condition that received messages of a kind must meet; before Login, and until Logout.
+     * @param message_type   name of the kind
+     * @param field_name     field to compare, or "&" or "|" to join the two results before it
+     * @param cond_operation "==", "=", "like" or "not like", any case
+     * @param eq_value       text to compare with
+     * @return 0, 15 for an unknown kind, 16 for an unknown field; both are also reported
+     */
     int AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value);
-    /// @return 1 if a message of this number is wanted, else 0
+
+    /// @return 1 if a message of number `message_t` is wanted, else 0. For the reader thread.
     int FitConditions(int message_t, CMessage* message);
 
-    // ---- Callback wrappers: called by the library ----------------------------------------------------------------
+    // ---- Callback wrappers -----------------------------------------------------------------------------------------
+    // Called by the library, on the thread that has the news: each waits for its turn, then calls the callback.
 
     void CallMessageReceived(char* message_type, unsigned int message_num);
     void CallOnConnection(int result_code);
@@ -222,21 +275,30 @@ public:
 
     // ---- When callbacks may come -----------------------------------------------------------------------------------
 
-    /// Keeps other threads' callbacks out. @return 1 if taken (release it), 0 on the master thread, which takes nothing
+    /**
+     * @brief Keeps the callbacks of other threads out. Counts: each call that returned 1 wants its release.
+     * @return 1 if taken, 0 on the master thread, which takes nothing
+     */
     int TakeMasterMutex();
     /// Lets callbacks in again. Does nothing on a thread that took nothing.
     void ReleaseMasterMutex();
-    /// For a host that wants callbacks only at moments of its choosing: from the first call on, callbacks wait; each
-    /// call lets through those that wait.
+
+    /**
+     * @brief For a host that wants callbacks only at moments of its choosing.
+     *
+     * From the first call on, callbacks wait; each call lets those through that wait at that moment, on their own
+     * threads, and returns when they have run. Logout lets them through too.
+     */
     void ProcessMyEvents();
 
-    // ---- Versions --------------------------------------------------------------------------------------------------
+    // ---- Preparation and versions ----------------------------------------------------------------------------------
 
-    /// Reads the configuration and prepares tables and rings. Called by Login and Connect. @return 0 or a code
+    /// Opens the log, reads the configuration and empties the rings. Called by Login and Connect; does nothing while a
+    /// session runs. @return 0 or a code of Login
     int Initialize();
-    /// Writes "x86". @return 1
+    /// Writes "x86" and a zero into the caller's 4 bytes. @return 1
     int GetCompilationType(char* type);
-    /// Writes "3.0.0.8". @return 1
+    /// Writes "3.0.0.8" and a zero into the caller's 8 bytes. @return 1
     int GetVersion(char* version);
 
     static std::atomic<int> initialize_flag; ///< QAPI_NOT_INITIALIZED, QAPI_INITIALIZED or QAPI_INITIALIZED_AS_DS
@@ -244,6 +306,7 @@ public:
     static int m_verbose_mode;               ///< not looked at
 
 protected:
+    /// The three readers of the configuration; their texts go to last_error_msg. @return 0 or a code of Login
     int Read_Conf_File(char* path);
     int Read_Tmp_Conf_File(char* path);
     int Process_Tmp_Config_File();
