@@ -203,18 +203,33 @@ int CMss_Arr::Wait_For_Any_Pkt()
     while (sem_wait(&m_sem) != 0 && errno == EINTR) {
     }
     Trace(trace_wait);
-    return Is_Any_Pkt();
+    return Holds_Any_Pkt();
 }
 
 int CMss_Arr::Check_For_Any_Pkt_Without_Wait()
 {
-    return Try_Wait() ? Is_Any_Pkt() : 0;
+    return Try_Wait() ? Holds_Any_Pkt() : 0;
+}
+
+// The answer behind a post that was taken. A ring that looks empty is looked at again under the lock: to go round again
+// beside a record would leave it there without a post.
+int CMss_Arr::Holds_Any_Pkt()
+{
+    if (Is_Any_Pkt() != 0) {
+        return 1;
+    }
+    const MutexLock lock(m_lock);
+    return Is_Any_Pkt();
 }
 
 // The post of a record carries its indices along, so a consumer that has waited sees it; anybody else may see it late.
+// The order of the loads matters while a wrapped ring grows, which moves both indices: with the new m_next_collect
+// comes the new m_next_withdraw, and the old m_next_collect equals neither. The other way round a ring full of records
+// could look empty, and the stop among them would never be taken.
 int CMss_Arr::Is_Any_Pkt() const
 {
-    return m_next_withdraw.load(relaxed) != m_next_collect.load(relaxed) ? 1 : 0;
+    const int next_collect = m_next_collect.load(std::memory_order_acquire);
+    return m_next_withdraw.load(relaxed) != next_collect ? 1 : 0;
 }
 
 int CMss_Arr::Change_Type(int type)
@@ -307,7 +322,7 @@ void CMss_Arr::Advance_Collect()
         Resize(m_num_recs.load(relaxed) * 2);
         next = m_next_collect.load(relaxed) + 1;
     }
-    m_next_collect.store(next, relaxed);
+    m_next_collect.store(next, std::memory_order_release);
 }
 
 // Returns whether the record is to be announced.

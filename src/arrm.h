@@ -105,6 +105,7 @@ private:
     [[nodiscard]] int Next(int slot) const { return slot + 1 < Get_Total_Num_Records() ? slot + 1 : 0; }
 
     // Producers: the slot they fill is theirs alone until Publish.
+    int Holds_Any_Pkt();
     Mss_Rec& Free_Slot() REQUIRES(m_lock_collect);
     int Set_Length(Mss_Rec& slot, int len) const;
     void Fill(Mss_Rec& slot, const char* data) const;

@@ -3,7 +3,9 @@
 #include <arpa/inet.h>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <netdb.h>
@@ -45,11 +47,12 @@ void real_random_bytes(void* target, std::size_t count)
 {
     auto* bytes = static_cast<unsigned char*>(target);
     while (count > 0) {
-        // The pool of a running system is always ready; only a signal can cut a long read short.
         const ssize_t got = getrandom(bytes, count, 0);
         if (got > 0) {
             bytes += got;
             count -= static_cast<std::size_t>(got);
+        } else if (errno != EINTR) {
+            std::abort(); // a key that somebody can guess is worse than no program
         }
     }
 }

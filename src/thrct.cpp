@@ -16,7 +16,9 @@ struct Thread_Count
 {
     std::mutex lock;
     std::condition_variable reached_zero;
-    int count = 0; // guarded by `lock`
+    std::condition_variable another_start;
+    int count = 0;        // guarded by `lock`
+    unsigned started = 0; // guarded by `lock`
 };
 
 constinit ProcessLifetime<Thread_Count> L_thread_count([] { return new Thread_Count; });
@@ -70,6 +72,8 @@ void THRCT_Increase_App_Thread_Counter()
 {
     const std::lock_guard lock(L_thread_count->lock);
     ++L_thread_count->count;
+    ++L_thread_count->started;
+    L_thread_count->another_start.notify_all();
 }
 
 void THRCT_Decrease_App_Thread_Counter()
@@ -86,9 +90,26 @@ int THRCT_Get_App_Thread_Counter()
     return L_thread_count->count;
 }
 
+unsigned THRCT_Get_Started_Threads()
+{
+    const std::lock_guard lock(L_thread_count->lock);
+    return L_thread_count->started;
+}
+
+void THRCT_Wait_For_Another_Start(unsigned started_before)
+{
+    std::unique_lock lock(L_thread_count->lock);
+    L_thread_count->another_start.wait(lock, [&] { return L_thread_count->started != started_before; });
+}
+
 void THRCT_Wait_For_Threads_Termination()
 {
     COMMON_Put_Syslog_Message(0, "Waiting threads termination........");
+    THRCT_Wait_Without_Notice();
+}
+
+void THRCT_Wait_Without_Notice()
+{
     if (!threads_end_in_time()) {
         THRCT_Force_Segmentation();
     }

@@ -9,6 +9,11 @@ void THRCT_Increase_App_Thread_Counter();
 void THRCT_Decrease_App_Thread_Counter();
 int THRCT_Get_App_Thread_Counter();
 
+// How many threads have ever counted themselves; and to wait until it is another number. Whoever starts a thread waits
+// so, lest a stop right behind the start find the counter at 0 and not wait for that thread.
+unsigned THRCT_Get_Started_Threads();
+void THRCT_Wait_For_Another_Start(unsigned started_before);
+
 namespace qapi {
 
 // The stretch in which a thread counts as one of the library's.
@@ -27,6 +32,9 @@ using qapi::CountedThread;
 
 // Reports "Waiting threads termination........", then waits. A round ends early when the counter reaches 0.
 void THRCT_Wait_For_Threads_Termination();
+
+// The same wait and the same end, without a word to the host.
+void THRCT_Wait_Without_Notice();
 
 // Writes through a null pointer. Does not return.
 [[noreturn]] void THRCT_Force_Segmentation();

@@ -2,8 +2,12 @@
 #include "arrm.h"
 #include "global.h"
 #include "mutex.h"
+#include "qcapi/session.h"
 #include "qcapi/support.h"
 #include "session_fixture.h"
+#include "thrct.h"
+
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <thread>
@@ -44,9 +48,7 @@ TEST_F(CallbackTest, ProcessMyEventsLetsCallbacksThroughAndNothingElseDoes)
     host.ProcessMyEvents();
     connection_says(TCP_ERROR_CANT_CONNECT);
     connection_says(TCP_ERROR_CANT_CONNECT);
-    while (Glb_Recv_Mss->Get_Total_DataPacket() < 1) { // the reader has taken the first
-        std::this_thread::yield();
-    }
+    wait_for_a_waiting_callback();
     EXPECT_EQ(host.count(cant_connect), 0);
     while (host.count(cant_connect) < 2) {
         host.ProcessMyEvents();
@@ -61,6 +63,7 @@ TEST_F(CallbackTest, AHostThatHeldCallbacksBackStillHoldsThemAfterLogout)
     host.Logout();
     ASSERT_EQ(host.login(), 0);
     connection_says(TCP_ERROR_CANT_CONNECT);
+    wait_for_a_waiting_callback();
     EXPECT_FALSE(host.has(cant_connect));
     while (!host.has(cant_connect)) {
         host.ProcessMyEvents();
@@ -76,6 +79,49 @@ TEST_F(SessionTest, ANewObjectStartsWithCallbacksFreeToCome)
     ASSERT_EQ(second.login(), 0);
     connection_says(TCP_ERROR_CANT_CONNECT);
     EXPECT_TRUE(second.wait_for(cant_connect));
+}
+
+TEST_F(CallbackTest, OneCallbackRunsAtATime)
+{
+    std::atomic<bool> reported{false};
+    std::atomic<bool> overlapped{false};
+    host.in_callback = [&](const std::string& line) {
+        if (line == cant_connect) {
+            wait_for_a_waiting_callback(); // that of the report below
+            overlapped = reported.load();
+        } else if (line == "error 1 from another thread / 0 0") {
+            reported = true;
+        }
+    };
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    std::thread([&] {
+        while (The_Master_Mutex->Is_Free()) { // until the first callback runs
+            std::this_thread::yield();
+        }
+        COMMON_Put_Syslog_Message(1, "from another thread");
+    }).join();
+    EXPECT_TRUE(reported);
+    EXPECT_FALSE(overlapped);
+}
+
+TEST_F(CallbackTest, ALogoutOnAnotherThreadLetsThroughWhatTheMasterThreadHoldsBack)
+{
+    host.ProcessMyEvents();
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    wait_for_a_waiting_callback();
+    std::thread([&] { EXPECT_EQ(host.Logout(), 0); }).join();
+    EXPECT_TRUE(host.has(cant_connect));
+}
+
+TEST_F(CallbackTest, AReportOnTheMasterThreadDoesNotWaitForTheLock)
+{
+    host.Logout();
+    std::thread([&] {
+        EXPECT_EQ(host.TakeMasterMutex(), 1);
+        scratch.write("qapi.cfg", "");
+    }).join(); // gone with the lock in its hands
+    EXPECT_EQ(host.login(), QAPI_ERR_NO_DS_DIRECTIVE);
+    EXPECT_TRUE(host.has("error 21 There is no \"data_server\" directive in the config file / 0 0"));
 }
 
 TEST_F(CallbackTest, TheMasterThreadTakesNothingAndOthersKeepCallbacksOut)
@@ -96,6 +142,7 @@ TEST_F(CallbackTest, TheMasterThreadTakesNothingAndOthersKeepCallbacksOut)
     });
     taken.wait(false);
     connection_says(TCP_ERROR_CANT_CONNECT);
+    wait_for_a_waiting_callback();
     host.ReleaseMasterMutex(); // not this thread's to release
     release = true;
     release.notify_all();
@@ -152,17 +199,15 @@ TEST_F(CallbackTest, TheFullestRecordOfAnUnexpectedStatusIsShownWithinBounds)
     EXPECT_EQ(host.lines().front().size(), std::string("error 23001 ").size() + 511 + std::string(" / 0 0").size());
 }
 
-TEST_F(CallbackTest, AClosedConnectionEmptiesTheOutboundRingButKeepsAStop)
+TEST_F(CallbackTest, AnAnnouncedMessageIsInTheLog)
 {
-    host.Logout(); // no sender takes records now
-    Glb_Send_Mss->Initialize();
-    Glb_Send_Mss->Collect(0, "an old order", 12, nullptr, nullptr);
-    Glb_Send_Mss->Collect(TCP_SHUTTING_DOWN, nullptr, 0, nullptr, nullptr);
-    Glb_Send_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN);
-    char record[MESSAGE_TRANS_RECORD_SIZE];
-    int len = -1;
-    EXPECT_EQ(Glb_Send_Mss->Withdraw(record, &len, nullptr, nullptr), TCP_SHUTTING_DOWN);
-    EXPECT_EQ(Glb_Send_Mss->Withdraw(record, &len, nullptr, nullptr), -1);
+    char name[] = "Chat";
+    host.CallMessageReceived(name, 4294967295U);
+    host.Logout();
+    const std::vector<std::string> lines = text_lines_of_log(scratch.read("qapi.log"));
+    EXPECT_THAT(lines,
+                testing::Contains("ER-OnMessageReceived Called with message_type=\"Chat\" and message_num=4294967295"));
+    EXPECT_TRUE(host.has("message Chat 4294967295"));
 }
 
 TEST_F(CallbackTest, AReceivedMessageIsCopiedToTheRunningLog)
@@ -211,10 +256,12 @@ TEST_F(SessionTest, AHostThatDeletesItselfInACallbackLeavesThreadsThatEnd)
     ASSERT_EQ(host->Login(text, text), 0);
     wait_for_worker_threads(4);
     connection_says(TCP_ERROR_CANT_CONNECT);
-    wait_for_worker_threads(0);
-    EXPECT_TRUE(gone);
-    EXPECT_EQ(Cur_Qapi, nullptr);
-    RecordingHost next; // joins what is left and starts anew
+    while (!gone) {
+        std::this_thread::yield();
+    }
+    RecordingHost next; // waits for what is left, which says nothing to it
+    EXPECT_EQ(THRCT_Get_App_Thread_Counter(), 0);
+    EXPECT_TRUE(next.lines().empty());
     EXPECT_EQ(next.login(), 0);
 }
 

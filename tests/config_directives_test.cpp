@@ -306,6 +306,7 @@ TEST_F(Directive, ReplaySpanIsKeptAsText)
     ASSERT_EQ(apply("testing_start 20230115090000\ntesting_end 20230115100000\n"), 0);
     EXPECT_STREQ(Glb_logging_start, "20230115090000");
     EXPECT_STREQ(Glb_logging_end, "20230115100000");
+    EXPECT_EQ(Glb_logging_end[15], 0); // a second zero, for a reader that looks one character ahead
     EXPECT_EQ(Glb_run_log_testing, 0);
 }
 

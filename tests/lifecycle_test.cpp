@@ -4,10 +4,12 @@
 #include "fake_system.h"
 #include "global.h"
 #include "qcapi/config.h"
+#include "qcapi/session.h"
 #include "qcapi/support.h"
 #include "session_fixture.h"
 #include "thrct.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -55,6 +57,188 @@ TEST_F(LifecycleTest, ASecondLoginIsRefusedAndLeavesTheSessionRunning)
     EXPECT_STREQ(Gbl_User_Name, "second"); // taken over all the same
     EXPECT_STREQ(Glb_User_Key, "two");
     EXPECT_EQ(host.connect("127.0.0.1", 1), QAPI_ERR_ALREADY_INITIALIZED);
+}
+
+TEST_F(LifecycleTest, ARefusedLoginIsInTheLog)
+{
+    RecordingHost host;
+    host.login();
+    host.login();
+    host.Logout();
+    const std::vector<std::string> lines = text_lines_of_log(scratch.read("qapi.log"));
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "ER-The API was already initiated state None"), lines.end());
+}
+
+TEST_F(LifecycleTest, AMissingConfigurationIsCodeTwo)
+{
+    std::filesystem::remove("qapi.cfg");
+    RecordingHost host;
+    EXPECT_EQ(host.login(), QAPI_ERR_CONFIG_NOT_FOUND);
+    EXPECT_TRUE(host.has("error 2 Config file " + scratch.path("qapi.cfg").string() + " does not exist / 0 0"));
+}
+
+TEST_F(LifecycleTest, APreviousDateFileWithoutADateEndsTheLogin)
+{
+    scratch.write(QAPI_TMP_CONFIG_FILE_NAME, "# nothing\n");
+    RecordingHost host;
+    EXPECT_EQ(host.login(), QAPI_ERR_EMPTY_TMP_CONFIG);
+    EXPECT_TRUE(host.has("error 26 Empty temporal config file " + scratch.path(QAPI_TMP_CONFIG_FILE_NAME).string() +
+                         " / 999 0"));
+}
+
+TEST_F(LifecycleTest, AnObjectStartsFromNothing)
+{
+    Glb_Log_Flag = 1;
+    Glb_last_sent_message_num = 5;
+    COMMON_Adjust_Time(500);
+    glb_DCon_DESCR.modesend = 0;
+    glb_DCon_DESCR.use_ssl = 1;
+    glb_DCon_DESCR.ticking_message = 1;
+    glb_DCon_DESCR.number_of_hosts = 3;
+    glb_DCon_DESCR.current_host = 2;
+    glb_DCon_DESCR.fhost[3] = 1;
+    const RecordingHost host;
+    EXPECT_EQ(Glb_Log_Flag, 0);
+    EXPECT_EQ(Glb_last_sent_message_num, 0U);
+    EXPECT_EQ(Glb_time_diff, 0);
+    EXPECT_EQ(glb_DCon_DESCR.modesend, 2);
+    EXPECT_EQ(glb_DCon_DESCR.use_ssl + glb_DCon_DESCR.ticking_message, 0);
+    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts + glb_DCon_DESCR.current_host + glb_DCon_DESCR.fhost[3], 0U);
+    EXPECT_EQ(glb_DCon_DESCR.pLog_Mss, nullptr);
+    EXPECT_EQ(glb_DCon_DESCR.pRecv_Mss, &*Glb_Recv_Mss);
+}
+
+TEST_F(LifecycleTest, EachSessionStartsFromTheDefaultsOfTheConnection)
+{
+    RecordingHost host;
+    glb_DCon_DESCR.modesend = 0;
+    glb_DCon_DESCR.use_ssl = 1;
+    glb_DCon_DESCR.number_of_hosts = 3;
+    host.login();
+    EXPECT_EQ(glb_DCon_DESCR.modesend, 2);
+    EXPECT_EQ(glb_DCon_DESCR.use_ssl, 0);
+    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 0U);
+}
+
+TEST_F(LifecycleTest, BothWaysOutTakeThePrimaryTablesFlagBack)
+{
+    RecordingHost host;
+    host.login();
+    Glb_Log_Flag = 1;
+    host.Logout();
+    EXPECT_EQ(Glb_Log_Flag, 0);
+    host.login();
+    Glb_Log_Flag = 1;
+    host.LogoutForce();
+    EXPECT_EQ(Glb_Log_Flag, 0);
+}
+
+int stops_left_in(CMss_Arr& ring)
+{
+    char record[MESSAGE_TRANS_RECORD_SIZE];
+    int len = 0;
+    int stops = 0;
+    while (ring.Withdraw(record, &len, nullptr, nullptr) == TCP_SHUTTING_DOWN) {
+        ++stops;
+    }
+    return stops;
+}
+
+TEST_F(LifecycleTest, EachRingGetsAStopOfLogoutAndOneOfTheConnectionAndAThirdInAReplay)
+{
+    RecordingHost host;
+    host.login();
+    host.Logout();
+    EXPECT_EQ(stops_left_in(*Glb_Recv_Mss), 1); // the first ended the thread
+    EXPECT_EQ(stops_left_in(*Glb_Send_Mss), 1);
+    scratch.write("qapi.cfg", "data_server DSAB\ntesting_file old.log\n");
+    host.login();
+    host.Logout();
+    EXPECT_EQ(stops_left_in(*Glb_Recv_Mss), 2);
+    EXPECT_EQ(stops_left_in(*Glb_Send_Mss), 2);
+}
+
+TEST_F(LifecycleTest, ReplayTextsGoWithTheSessionOrWithItsLastThread)
+{
+    scratch.write("qapi.cfg", "data_server DSAB\ntesting_file old.log\ntesting_start 20260101000000\n");
+    RecordingHost host;
+    host.login();
+    EXPECT_STREQ(Glb_logging_test_name, "old.log");
+    host.Logout();
+    EXPECT_EQ(Glb_logging_test_name, nullptr);
+    EXPECT_EQ(Glb_logging_start, nullptr);
+    host.login();
+    host.LogoutForce();
+    EXPECT_STREQ(Glb_logging_test_name, "old.log"); // a replay may still read it
+    host.Logout();
+    EXPECT_EQ(Glb_logging_test_name, nullptr);
+}
+
+TEST_F(LifecycleTest, ALoginInsideAReportOfALoginIsRefused)
+{
+    std::string configuration = "data_server DSAB\nuse_msg_code 121 in markets";
+    for (int market = 1; market <= 31; ++market) {
+        configuration += " " + std::to_string(market);
+    }
+    scratch.write("qapi.cfg", configuration + "\n");
+    RecordingHost host;
+    int inner = -1;
+    int inner_logout = -1;
+    host.in_callback = [&](const std::string& line) {
+        if (line.starts_with("error 3 ")) {
+            inner = host.login();
+            inner_logout = host.Logout();
+        }
+    };
+    EXPECT_EQ(host.login(), 0);
+    EXPECT_EQ(inner, QAPI_ERR_ALREADY_INITIALIZED);
+    EXPECT_EQ(inner_logout, QAPI_ERR_NOT_INITIALIZED_YET);
+    EXPECT_EQ(THRCT_Get_App_Thread_Counter(), 4);
+    EXPECT_EQ(host.Logout(), 0);
+}
+
+TEST_F(LifecycleTest, AHostMayAnswerTheNoticeOfAWaitWithAnything)
+{
+    RecordingHost host;
+    host.login();
+    host.LogoutForce();
+    std::vector<int> results;
+    host.in_callback = [&](const std::string& line) {
+        if (line.starts_with("error 0 Waiting")) {
+            results = {host.Logout(), host.login(), host.LogoutForce()};
+        }
+    };
+    EXPECT_EQ(host.login(), 0);
+    EXPECT_EQ(results, (std::vector<int>{4, 17, 4}));
+    EXPECT_EQ(CQcApi::initialize_flag, QAPI_INITIALIZED);
+}
+
+TEST_F(LifecycleTest, TwoThreadsMayLogOutAtOnce)
+{
+    RecordingHost host;
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_EQ(host.login(), 0);
+        std::atomic<int> sum{0};
+        std::thread other([&] { sum += host.Logout(); });
+        sum += host.Logout();
+        other.join();
+        EXPECT_EQ(sum, QAPI_ERR_NOT_INITIALIZED_YET); // 0 for one, 4 for the other
+    }
+}
+
+TEST_F(LifecycleTest, ReportsBehindAForcedLogoutDoNotPileUp)
+{
+    RecordingHost host;
+    host.login();
+    host.LogoutForce();
+    wait_for_worker_threads(0);
+    char field[] = "mercado";
+    for (int i = 0; i < 5000; ++i) {
+        host.GetFieldLONG(field);
+    }
+    EXPECT_LE(Glb_Log_Mss->Get_Total_Num_Records(), 1536);
+    host.Logout();
+    EXPECT_GE(text_lines_of_log(scratch.read("qapi.log")).size(), 5000U);
 }
 
 TEST_F(LifecycleTest, LogoutWithoutASessionReturnsFourAndSendsNothing)
@@ -198,6 +382,11 @@ TEST_F(LifecycleTest, AnInvalidPreviousDateStopsTheLoginAndKeepsItsFile)
                          scratch.path(QAPI_TMP_CONFIG_FILE_NAME).string() + ") / 999 0"));
     EXPECT_TRUE(scratch.has(QAPI_TMP_CONFIG_FILE_NAME));
     EXPECT_EQ(CQcApi::initialize_flag, QAPI_NOT_INITIALIZED);
+    const std::vector<std::string> lines = text_lines_of_log(scratch.read("qapi.log"));
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_EQ(lines[lines.size() - 2], "ER-Error code 27, txt Invalid date (20231301) in the tmp config file (" +
+                                           scratch.path(QAPI_TMP_CONFIG_FILE_NAME).string() + "), nxt_a 999");
+    EXPECT_EQ(lines.back(), "ER-Error (27) to process file (qapi_tmp_previous_date_log_request.txt).");
     std::filesystem::remove(QAPI_TMP_CONFIG_FILE_NAME);
     EXPECT_EQ(host.login(), 0);
 }

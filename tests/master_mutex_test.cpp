@@ -78,38 +78,57 @@ TEST(MasterMutex, GivesUpAllLevelsAndTakesThemBack)
     EXPECT_EQ(mutex.Give_Up().depth, 0);
 }
 
-TEST(MasterMutex, OnlyAParkedLockIsOpenedFromOutside)
+TEST(MasterMutex, IsParkedAgainOnlyIfItWas)
 {
     Master_Mutex mutex;
     mutex.Let_Waiting_Threads_In();
     mutex.Take_Back(mutex.Give_Up()); // still parked
-    std::thread([&] { mutex.Open_Parked(); }).join();
-    EXPECT_FALSE(mutex.Is_Mine());
+    mutex.Begin_Open();
+    EXPECT_TRUE(mutex.Is_Free());
+    mutex.End_Open();
     mutex.Lock();
     mutex.Take_Back(mutex.Give_Up()); // still not parked
-    mutex.Open_Parked();
+    mutex.Begin_Open();
+    EXPECT_TRUE(mutex.Is_Mine());
+    mutex.End_Open();
+    mutex.Unlock();
+}
+
+TEST(MasterMutex, IsFreedFromAThreadThatEndedWithIt)
+{
+    Master_Mutex mutex;
+    std::thread([&] { mutex.Lock(); }).join();
+    EXPECT_FALSE(mutex.Is_Free());
+    mutex.Free();
+    EXPECT_TRUE(mutex.Is_Free());
+    mutex.Free(); // twice is no harm
+    mutex.Lock();
     EXPECT_TRUE(mutex.Is_Mine());
     mutex.Unlock();
 }
 
-TEST(MasterMutex, AnExitOpensAParkedLockForGood)
+TEST(MasterMutex, AnOpenStretchOpensAParkedLockAndNobodyParksItInside)
 {
     Master_Mutex mutex;
     std::vector<int> visits;
     mutex.Let_Waiting_Threads_In();
     std::thread waiting = visitor(mutex, visits, 1);
-    std::thread([&] { mutex.Open_For_Exit(); }).join();
+    std::thread([&] { mutex.Begin_Open(); }).join();
     waiting.join();
     EXPECT_EQ(visits, std::vector{1});
     mutex.Let_Waiting_Threads_In();
     EXPECT_FALSE(mutex.Is_Mine());
+    mutex.End_Open();
+    mutex.Let_Waiting_Threads_In();
+    EXPECT_TRUE(mutex.Is_Mine());
+    mutex.Unlock();
 }
 
-TEST(MasterMutex, AnExitDoesNotOpenALockThatACallbackHolds)
+TEST(MasterMutex, AnOpenStretchDoesNotOpenALockThatACallbackHolds)
 {
     Master_Mutex mutex;
     mutex.Lock();
-    mutex.Open_For_Exit();
+    mutex.Begin_Open();
     EXPECT_TRUE(mutex.Is_Mine());
     mutex.Unlock();
 }

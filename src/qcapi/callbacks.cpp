@@ -4,27 +4,49 @@
 #include "log.h"
 #include "session.h"
 
+#include <atomic>
+
 // A host may define the variable itself; its definition then takes the place of this one.
 __attribute__((weak)) CQcApi* Cur_Qapi = nullptr;
 
+// Worker threads look at the pointer while another thread may delete the object.
+CQcApi* qapi::Current_Api()
+{
+    return std::atomic_ref(Cur_Qapi).load();
+}
+
+void qapi::Set_Current_Api(CQcApi* api)
+{
+    std::atomic_ref(Cur_Qapi).store(api);
+}
+
 namespace {
 
-// The stretch of one callback. Nothing is taken on the master thread, which is in the host's own flow already.
+// The stretch of one callback. Nothing is taken on the master thread, which is in the host's own flow already. The
+// lock is reached past the object: the callback ahead of this one, or this one, may delete it.
 class CallbackTurn
 {
 public:
-    explicit CallbackTurn(CQcApi& api) : m_taken(api.TakeMasterMutex() != 0) {}
+    explicit CallbackTurn(const CQcApi* api) : m_taken(!Is_Master_Thread())
+    {
+        if (m_taken) {
+            The_Master_Mutex->Lock();
+        }
+        m_host_is_there = Current_Api() == api;
+    }
     ~CallbackTurn()
     {
         if (m_taken) {
-            The_Master_Mutex->Unlock(); // not by way of the object, which the callback may have deleted
+            The_Master_Mutex->Unlock();
         }
     }
     CallbackTurn(const CallbackTurn&) = delete;
     CallbackTurn& operator=(const CallbackTurn&) = delete;
+    explicit operator bool() const { return m_host_is_there; }
 
 private:
     bool m_taken;
+    bool m_host_is_there;
 };
 
 } // namespace
@@ -37,8 +59,7 @@ void CQcApi::OnStatusChanged(int /*status_code*/, char* /*status_text*/) {}
 
 void CQcApi::CallMessageReceived(char* message_type, unsigned int message_num)
 {
-    {
-        const CallbackTurn turn(*this);
+    if (const CallbackTurn turn(this); turn) {
         OnMessageReceived(message_type, message_num);
     }
     LOG_Text("OnMessageReceived Called with message_type=\"%s\" and message_num=%u", message_type, message_num);
@@ -46,36 +67,38 @@ void CQcApi::CallMessageReceived(char* message_type, unsigned int message_num)
 
 void CQcApi::CallOnConnection(int result_code)
 {
-    const CallbackTurn turn(*this);
-    OnConnection(result_code);
+    if (const CallbackTurn turn(this); turn) {
+        OnConnection(result_code);
+    }
 }
 
 void CQcApi::CallOnDisconnection(int reason_code, const char* reason_text)
 {
-    const CallbackTurn turn(*this);
-    OnDisconnection(reason_code, reason_text);
+    if (const CallbackTurn turn(this); turn) {
+        OnDisconnection(reason_code, reason_text);
+    }
 }
 
 void CQcApi::CallReportError(int error_code, char* error_text, int next_action_code, int next_action_data)
 {
-    const CallbackTurn turn(*this);
-    OnError(error_code, error_text, next_action_code, next_action_data);
+    if (const CallbackTurn turn(this); turn) {
+        OnError(error_code, error_text, next_action_code, next_action_data);
+    }
 }
 
+// The exit may begin while this thread waits for its turn.
 void CQcApi::CallStatusChanged(int status_code, char* status_text)
 {
-    if (atexitqapi) {
-        return;
+    if (const CallbackTurn turn(this); turn && !atexitqapi) {
+        OnStatusChanged(status_code, status_text);
     }
-    const CallbackTurn turn(*this);
-    OnStatusChanged(status_code, status_text);
 }
 
 void CQcApi::CallDataReceived(const char* /*source_id*/, char* /*message_name*/, char* /*message_data*/) {}
 
 int CQcApi::TakeMasterMutex()
 {
-    if (pthread_equal(pthread_self(), glb_master_thread) != 0) {
+    if (Is_Master_Thread()) {
         return 0;
     }
     master_mutex.Lock();

@@ -66,7 +66,8 @@ extern int Glb_Status_Init_Ask_Log;             // 1 once a server has started a
 // fails. Returns 0 or an error code, with its text in `error_text` (at most 199 characters). Safe for any file.
 int CONF_Read_File(const char* path, std::string& error_text);
 
-// Reads the first date of the previous-date file at `path`. Returns 0, 1 for no such file, -1, or an error code with
+// Reads the first date of the previous-date file at `path`. Returns 0, 1 for no such file, -1 for a line that begins
+// with the byte 0xFF, or an error code, that of a file that can't be read among them, with
 // its text in `error_text`.
 int CONF_Read_Date_File(const char* path, std::string& error_text);
 

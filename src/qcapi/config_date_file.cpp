@@ -124,6 +124,7 @@ int CONF_Read_Date_File(const char* path, std::string& error_text)
 int CONF_Take_Previous_Date(const char* directory, std::string& error_text)
 {
     const std::string path = std::string(directory) + "/" + QAPI_TMP_CONFIG_FILE_NAME;
+    error_text.clear(); // a result of -1 has no text of its own
     const int read = CONF_Read_Date_File(path.c_str(), error_text);
     if (read != 0) {
         return read == no_such_file ? 0 : read;

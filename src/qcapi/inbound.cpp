@@ -47,14 +47,14 @@ int take_next(Inbound_Record& record)
 // The object is gone if the host deleted it in a callback; its threads then run on to their end.
 void tell_status(int status, std::string text)
 {
-    if (CQcApi* api = Cur_Qapi) {
+    if (CQcApi* api = Current_Api()) {
         api->CallStatusChanged(status, text.data());
     }
 }
 
 void tell_disconnection(const char* reason)
 {
-    if (CQcApi* api = Cur_Qapi) {
+    if (CQcApi* api = Current_Api()) {
         api->CallOnDisconnection(glb_DCon_DESCR.DCON_state, reason != nullptr ? reason : "");
     }
 }

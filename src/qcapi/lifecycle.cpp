@@ -15,9 +15,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 std::atomic<int> CQcApi::initialize_flag{QAPI_NOT_INITIALIZED};
 std::atomic<bool> CQcApi::atexitqapi{false};
@@ -25,33 +29,92 @@ int CQcApi::m_verbose_mode = 0;
 
 namespace {
 
-// True while one thread stops the session, so that a second Logout, or the exit hook, does not join the same threads.
-std::atomic<bool> stop_under_way{false};
-
-class StopClaim
+// One operation at a time starts or stops a session. Its callbacks may come back with another one on the same thread.
+class LifecycleGate
 {
 public:
-    StopClaim() : m_mine(CQcApi::initialize_flag != QAPI_NOT_INITIALIZED && !stop_under_way.exchange(true)) {}
-    ~StopClaim()
+    bool try_enter()
     {
-        if (m_mine) {
-            stop_under_way = false;
-        }
+        const std::lock_guard lock(m_guard);
+        return take();
     }
-    StopClaim(const StopClaim&) = delete;
-    StopClaim& operator=(const StopClaim&) = delete;
-    explicit operator bool() const { return m_mine; }
+
+    // Waits for an operation of another thread, which lasts as long as a Logout may at the most.
+    bool enter()
+    {
+        std::unique_lock lock(m_guard);
+        m_left.wait_for(lock, std::chrono::seconds(THRCT_WAIT_ROUNDS), [this] { return !m_taken; });
+        return take();
+    }
+
+    void leave()
+    {
+        const std::lock_guard lock(m_guard);
+        m_taken = false;
+        m_left.notify_all();
+    }
+
+    bool is_mine()
+    {
+        const std::lock_guard lock(m_guard);
+        return m_taken && m_owner == std::this_thread::get_id();
+    }
+
+    bool is_taken()
+    {
+        const std::lock_guard lock(m_guard);
+        return m_taken;
+    }
 
 private:
-    bool m_mine;
+    bool take()
+    {
+        if (m_taken) {
+            return false;
+        }
+        m_taken = true;
+        m_owner = std::this_thread::get_id();
+        return true;
+    }
+
+    std::mutex m_guard;
+    std::condition_variable m_left;
+    bool m_taken = false;
+    std::thread::id m_owner;
 };
 
-// Opens the callback lock for the stretch in which a thread waits for workers: their last callbacks must get through.
+constinit ProcessLifetime<LifecycleGate> lifecycle_gate([] { return new LifecycleGate; });
+
+// The stretch of one operation, if the gate let it in.
+class LifecycleStretch
+{
+public:
+    explicit LifecycleStretch(bool entered) : m_entered(entered) {}
+    ~LifecycleStretch()
+    {
+        if (m_entered) {
+            lifecycle_gate->leave();
+        }
+    }
+    LifecycleStretch(const LifecycleStretch&) = delete;
+    LifecycleStretch& operator=(const LifecycleStretch&) = delete;
+    explicit operator bool() const { return m_entered; }
+
+private:
+    bool m_entered;
+};
+
+// Opens the callback lock, whoever holds callbacks back, for the stretch in which a thread waits for others: their last
+// callbacks must get through.
 class CallbacksLetThrough
 {
 public:
-    CallbacksLetThrough() : m_hold(The_Master_Mutex->Give_Up()) {}
-    ~CallbacksLetThrough() { The_Master_Mutex->Take_Back(m_hold); }
+    CallbacksLetThrough() : m_hold(The_Master_Mutex->Give_Up()) { The_Master_Mutex->Begin_Open(); }
+    ~CallbacksLetThrough()
+    {
+        The_Master_Mutex->End_Open();
+        The_Master_Mutex->Take_Back(m_hold);
+    }
     CallbacksLetThrough(const CallbacksLetThrough&) = delete;
     CallbacksLetThrough& operator=(const CallbacksLetThrough&) = delete;
 
@@ -101,21 +164,9 @@ std::array<Worker_Thread*, 4> workers()
     return {&glb_thread_dcon, &glb_thread_read, &glb_thread_send, &glb_thread_log};
 }
 
-bool is_master_thread()
-{
-    return pthread_equal(pthread_self(), glb_master_thread) != 0;
-}
-
-// Delivering the wait's own notice takes the callback lock on every thread but the master's. A callback that never
-// returns would hold that thread there for ever, ahead of the 35 seconds that are to end it; so there the notice waits.
+// All but the calling one, which is a worker only while the process exits.
 void join_workers()
 {
-    std::optional<ReportHold> notice_waits;
-    if (!is_master_thread()) {
-        notice_waits.emplace();
-    }
-    const CallbacksLetThrough pending_callbacks;
-    THRCT_Wait_For_Threads_Termination();
     for (Worker_Thread* worker : workers()) {
         if (worker != This_Worker()) {
             Join_Worker(*worker);
@@ -123,9 +174,22 @@ void join_workers()
     }
 }
 
+// Delivering the wait's own notice takes the callback lock on every thread but the master's. A callback that never
+// returns would hold that thread there for ever, ahead of the 35 seconds that are to end it; so there the notice waits.
+void wait_and_join_workers()
+{
+    std::optional<ReportHold> notice_waits;
+    if (!Is_Master_Thread()) {
+        notice_waits.emplace();
+    }
+    const CallbacksLetThrough pending_callbacks;
+    THRCT_Wait_For_Threads_Termination();
+    join_workers();
+}
+
 void tell_host_of_report(int code, char* text)
 {
-    if (CQcApi* api = Cur_Qapi) {
+    if (CQcApi* api = Current_Api()) {
         api->CallReportError(code, text, QAPI_NEXT_ACTION_CONTINUE, 0);
     }
 }
@@ -134,13 +198,17 @@ void tell_host_of_report(int code, char* text)
 
 CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex)
 {
-    Cur_Qapi = this;
+    if (This_Worker() == nullptr) {
+        const LifecycleStretch stretch(lifecycle_gate->enter());
+        Join_Left_Threads(); // of an object that was deleted in a callback
+    }
+    Set_Current_Api(this);
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
     atexitqapi = false;
     m_verbose_mode = 0;
     Glb_last_sent_message_num = 0;
-    glb_master_thread = pthread_self();
+    Be_Master_Thread();
     Set_Report_Host_Sink(tell_host_of_report);
     COMMON_Adjust_Time(0);
     Prepare_Connection(glb_DCon_DESCR);
@@ -149,10 +217,10 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
 CQcApi::~CQcApi()
 {
     Logout();
-    master_mutex.Open_Parked();
-    if (Cur_Qapi == this) {
-        Cur_Qapi = nullptr;
+    if (Current_Api() == this) {
+        Set_Current_Api(nullptr);
     }
+    master_mutex.Free(); // behind that: who waits for a turn finds no object any more
 }
 
 int CQcApi::Login(char* user_name, char* password)
@@ -160,6 +228,10 @@ int CQcApi::Login(char* user_name, char* password)
     copy_text_if_given(Gbl_User_Name, user_name);
     copy_text_if_given(Glb_User_Key, password);
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
+        return Report_Already_Initialized();
+    }
+    const LifecycleStretch stretch(lifecycle_gate->try_enter());
+    if (!stretch) {
         return Report_Already_Initialized();
     }
     Join_Left_Threads();
@@ -198,6 +270,10 @@ int CQcApi::Connect(char* thost, int tport, char* /*conf_data*/, int /*conf_code
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }
+    const LifecycleStretch stretch(lifecycle_gate->try_enter());
+    if (!stretch) {
+        return Report_Already_Initialized();
+    }
     Join_Left_Threads();
     const int code = Initialize();
     if (code != 0) {
@@ -227,15 +303,23 @@ void CQcApi::Start_Threads(void* (*reader)(void*))
 int CQcApi::Logout()
 {
     if (This_Worker() != nullptr) {
-        return Stop_Without_Waiting(); // a thread can't wait for itself
+        return LogoutForce(); // a thread can't wait for itself
     }
-    Join_Left_Threads();
-    const StopClaim claim;
-    if (!claim) {
+    if (lifecycle_gate->is_mine()) {
+        return QAPI_ERR_NOT_INITIALIZED_YET; // in a callback of a Login that is not done, or of a Logout
+    }
+    const CallbacksLetThrough pending_callbacks; // the thread in the gate may wait for one that waits for this one
+    const LifecycleStretch stretch(lifecycle_gate->enter());
+    if (!stretch) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(initialize_flag);
-    join_workers();
+    Join_Left_Threads();
+    const int role = initialize_flag;
+    if (role == QAPI_NOT_INITIALIZED) {
+        return QAPI_ERR_NOT_INITIALIZED_YET;
+    }
+    request_stop(role);
+    wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
     CONF_Release_Replay_Texts();
@@ -243,24 +327,19 @@ int CQcApi::Logout()
     return 0;
 }
 
+// Needs no gate: it touches no thread, and a stop that comes twice does no harm.
 int CQcApi::LogoutForce()
 {
-    return Stop_Without_Waiting();
-}
-
-int CQcApi::Stop_Without_Waiting()
-{
-    const StopClaim claim;
-    if (!claim) {
+    const int role = initialize_flag.exchange(QAPI_NOT_INITIALIZED);
+    if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(initialize_flag);
-    initialize_flag = QAPI_NOT_INITIALIZED;
+    request_stop(role);
     Glb_Log_Flag = 0;
     return 0;
 }
 
-// After LogoutForce: waits for the threads that were left to end by themselves.
+// Inside the gate. After LogoutForce: waits for the threads that were left to end by themselves.
 void CQcApi::Join_Left_Threads()
 {
     const auto left = workers();
@@ -269,32 +348,45 @@ void CQcApi::Join_Left_Threads()
         return;
     }
     request_stop(QAPI_INITIALIZED); // once more and to all: after Connect nobody else stops the log thread
-    join_workers();
+    wait_and_join_workers();
     CONF_Release_Replay_Texts(); // a replay thread may have used them until now
     LOG_End();
 }
 
-// exit() may be called by any thread, also inside a callback on a worker: that one never comes back to end itself, so
-// it counts itself out and gives its lock up for the others' last callbacks.
+// exit() may be called by any thread at any moment. As a rule this is a Logout. But a thread that is inside a callback
+// never comes back from here: a worker can't end itself then, so it counts itself out, and a thread that was in its
+// own Logout won't finish that, so the rest is done here. Neither tells the host, who may answer with exit() again.
 void CQcApi::AtExitQcApi()
 {
-    if (initialize_flag == QAPI_NOT_INITIALIZED || Cur_Qapi == nullptr) {
+    const bool inside_callback = This_Worker() != nullptr || lifecycle_gate->is_mine();
+    CQcApi* api = Current_Api();
+    if (api == nullptr || (initialize_flag == QAPI_NOT_INITIALIZED && !lifecycle_gate->is_taken())) {
         LOG_End(); // threads that LogoutForce left may have lines waiting; the threads themselves are not waited for
         return;
     }
     atexitqapi = true;
-    The_Master_Mutex->Open_For_Exit();
-    if (This_Worker() == nullptr) {
-        Cur_Qapi->Logout();
-        return;
+    The_Master_Mutex->Begin_Open(); // for good
+    if (inside_callback) {
+        Stop_At_Exit();
+    } else {
+        api->Logout();
     }
-    const StopClaim claim;
-    if (!claim) {
-        return;
-    }
-    THRCT_Decrease_App_Thread_Counter();
-    request_stop(initialize_flag);
-    join_workers();
-    initialize_flag = QAPI_NOT_INITIALIZED;
     LOG_End();
+}
+
+void CQcApi::Stop_At_Exit()
+{
+    The_Master_Mutex->Give_Up();
+    if (This_Worker() != nullptr) {
+        THRCT_Decrease_App_Thread_Counter();
+    }
+    const bool may_join = lifecycle_gate->is_mine() || lifecycle_gate->try_enter(); // else another thread's Logout does
+    if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
+        request_stop(role);
+    }
+    THRCT_Wait_Without_Notice();
+    if (may_join) {
+        join_workers();
+    }
+    initialize_flag = QAPI_NOT_INITIALIZED;
 }

@@ -140,6 +140,7 @@ void LOG_Text(const char* format, ...)
     const int body_length = put_text(slot + BODY, format, arguments);
     va_end(arguments);
     Glb_Log_Mss->Take_Collect(finish_record(slot, body_length, {}));
+    LOG_Write_If_Much_Waits();
 }
 
 void LOG_Put_Msg(const char* label, const char* data, int len, const char* source, int /*unused*/, const char* extra)
@@ -157,6 +158,7 @@ void LOG_Put_Msg(const char* label, const char* data, int len, const char* sourc
     Glb_Log_Mss->Init_Collect(TCP_STATUS_LOG_SENT_PACKET, &slot);
     const int body_length = put_message(slot + BODY, label, data, stored);
     Glb_Log_Mss->Take_Collect(finish_record(slot, body_length, head));
+    LOG_Write_If_Much_Waits();
     if (stored < packet_length) {
         LOG_Text("Size overflow od %d in last record, The size must be changed.", packet_length - stored);
     }

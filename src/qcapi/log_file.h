@@ -4,3 +4,6 @@
 // True from LOG_Init to LOG_End, also while the file changes at midnight, so that no record of that moment is lost.
 // Any thread, without a lock.
 bool LOG_Is_Open();
+
+// Writes what waits if it is much and no log thread runs to write it: behind LogoutForce a host may go on for long.
+void LOG_Write_If_Much_Waits();

@@ -211,6 +211,14 @@ bool LOG_Is_Open()
     return log_is_open.load(std::memory_order_relaxed);
 }
 
+void LOG_Write_If_Much_Waits()
+{
+    constexpr unsigned much = 512; // records
+    if (Glb_Log_Mss->Get_Total_Pending() >= much && log_threads.load() == 0) {
+        LOG_Write_Pending();
+    }
+}
+
 void LOG_Init(const char* /*name*/, const char* dir)
 {
     if (LOG_Is_Open()) {

@@ -26,6 +26,12 @@ bool Master_Mutex::Is_Mine()
     return m_depth > 0 && m_owner == std::this_thread::get_id();
 }
 
+bool Master_Mutex::Is_Free()
+{
+    const std::lock_guard lock(m_guard);
+    return m_depth == 0;
+}
+
 int Master_Mutex::Waiting()
 {
     const std::lock_guard lock(m_guard);
@@ -37,11 +43,11 @@ void Master_Mutex::Let_Waiting_Threads_In()
     const Hold before = Give_Up();
     // The ticket drawn here stands behind those of all who wait now.
     std::unique_lock lock(m_guard);
-    if (m_exiting) {
+    if (m_open > 0) {
         return;
     }
     wait_for_turn(lock);
-    if (m_exiting) {
+    if (m_open > 0) {
         m_depth = 0;
         pass_on();
         return;
@@ -65,7 +71,7 @@ Master_Mutex::Hold Master_Mutex::Give_Up()
 void Master_Mutex::Take_Back(Hold hold)
 {
     std::unique_lock lock(m_guard);
-    if (hold.depth == 0 || m_exiting) {
+    if (hold.depth == 0 || (hold.parked && m_open > 0)) {
         return;
     }
     wait_for_turn(lock);
@@ -73,22 +79,30 @@ void Master_Mutex::Take_Back(Hold hold)
     m_parked = hold.parked;
 }
 
-void Master_Mutex::Open_Parked()
+void Master_Mutex::Free()
 {
     const std::lock_guard lock(m_guard);
-    open_parked();
+    free_it();
 }
 
-void Master_Mutex::Open_For_Exit()
+void Master_Mutex::Begin_Open()
 {
     const std::lock_guard lock(m_guard);
-    m_exiting = true;
-    open_parked();
-}
-
-void Master_Mutex::open_parked()
-{
+    ++m_open;
     if (m_parked) {
+        free_it();
+    }
+}
+
+void Master_Mutex::End_Open()
+{
+    const std::lock_guard lock(m_guard);
+    --m_open;
+}
+
+void Master_Mutex::free_it()
+{
+    if (m_depth > 0) {
         m_depth = 0;
         pass_on();
     }

@@ -21,6 +21,7 @@ public:
     void Lock();
     void Unlock(); // nothing happens unless the calling thread holds it
     [[nodiscard]] bool Is_Mine();
+    [[nodiscard]] bool Is_Free();
     [[nodiscard]] int Waiting(); // threads that asked and have not got it yet
 
     // Lets every thread that waits now have its turn, then parks the lock with the calling thread.
@@ -37,16 +38,19 @@ public:
     Hold Give_Up();
     void Take_Back(Hold hold);
 
-    // Opens a parked lock, whoever parked it. For the end of the API object: the next one starts with a free lock.
-    void Open_Parked();
+    // Frees the lock, whoever holds it, a thread that has ended among them. For the end of the API object: the next one
+    // starts with a free lock.
+    void Free();
 
-    // For the process's exit: opens a parked lock, and nobody parks it again.
-    void Open_For_Exit();
+    // Between the two, a parked lock is open and nobody parks it again: a session stops, and the last callbacks of its
+    // threads must get through. The process's exit begins and does not end it.
+    void Begin_Open();
+    void End_Open();
 
 private:
     void wait_for_turn(std::unique_lock<std::mutex>& lock);
     void pass_on();
-    void open_parked();
+    void free_it();
 
     std::mutex m_guard; // held for moments only, never during a callback
     std::condition_variable m_turn;
@@ -55,7 +59,7 @@ private:
     std::thread::id m_owner;
     int m_depth = 0; // how often the owner took it; 0: free
     bool m_parked = false;
-    bool m_exiting = false;
+    int m_open = 0; // stretches of Begin_Open
 };
 
 } // namespace qapi

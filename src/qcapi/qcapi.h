@@ -48,8 +48,9 @@ QAPI_EXPORT extern CQcApi* Cur_Qapi;
  * at a time, except that callbacks on the thread that built the object (OnError from a failing Login, say) don't wait
  * for others. A callback that blocks stalls reception; the library buffers without bound meanwhile.
  *
- * The lifecycle operations (Login, Connect, Logout, LogoutForce) are called from one thread at a time. Message and
- * field operations that compose or read share one current message and are called from one thread at a time too.
+ * Login, Connect and Logout run one at a time: a Login meanwhile is refused with 17, a Logout waits for its turn.
+ * Message and field operations that compose or read share one current message and are called from one thread at a time
+ * too.
  *
  * Every text argument is zero-terminated and is not kept after the call, unless a line says otherwise.
  *
@@ -58,7 +59,7 @@ QAPI_EXPORT extern CQcApi* Cur_Qapi;
 class QAPI_EXPORT CQcApi
 {
 protected:
-    /// Calls Logout and waits for threads that LogoutForce left behind.
+    /// Calls Logout, which also waits for threads that LogoutForce left; in a callback it waits for none.
     virtual ~CQcApi();
 
 public:
@@ -310,7 +311,7 @@ protected:
     int Read_Conf_File(char* path);
     int Read_Tmp_Conf_File(char* path);
     int Process_Tmp_Config_File();
-    /// Formats an error text of at most 199 characters into the object's static buffer.
+    /// Formats an error text of at most 199 characters into a buffer of the calling thread.
     char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
     static void* Process_Messages(void* unused);
     static void* Process_DS_Messages(void* unused);
@@ -318,9 +319,9 @@ protected:
 private:
     int Report_Already_Initialized();
     void Start_Threads(void* (*reader)(void*));
-    int Stop_Without_Waiting();
     static void Join_Left_Threads();
     static void AtExitQcApi();
+    static void Stop_At_Exit();
 
     char dest_host[60 + 1] = {};      // host text given to Connect; a spare zero behind it
     short dest_port = 0;              // port given to Connect; 0: the configuration alone chooses the servers

@@ -1,13 +1,15 @@
 #include "session.h"
 
+#include "thrct.h"
+
 #include <csignal>
 
-Worker_Thread glb_thread_log{.name = "log"};
-Worker_Thread glb_thread_read{.name = "reader"};
-Worker_Thread glb_thread_send{.name = "sender"};
-Worker_Thread glb_thread_dcon{.name = "connection"};
+Worker_Thread glb_thread_log{.name = "qapi-log"};
+Worker_Thread glb_thread_read{.name = "qapi-reader"};
+Worker_Thread glb_thread_send{.name = "qapi-sender"};
+Worker_Thread glb_thread_dcon{.name = "qapi-connect"};
 
-pthread_t glb_master_thread;
+std::atomic<std::uint64_t> glb_master_thread{0};
 
 std::atomic<int> Glb_Log_Flag{0};
 std::atomic<int> Glb_main_connected{0};
@@ -22,9 +24,17 @@ namespace {
 
 thread_local Worker_Thread* this_worker = nullptr;
 
+std::uint64_t this_thread_number()
+{
+    static std::atomic<std::uint64_t> last{0};
+    static thread_local const std::uint64_t number = ++last;
+    return number;
+}
+
 void* run_worker(void* worker)
 {
     this_worker = static_cast<Worker_Thread*>(worker);
+    pthread_setname_np(pthread_self(), this_worker->name);
     return this_worker->entry(this_worker->argument);
 }
 
@@ -54,10 +64,14 @@ private:
 void qapi::Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
 {
     const OutsideSignalsBlocked inherited_by_the_worker;
+    const unsigned started_before = THRCT_Get_Started_Threads();
     worker.entry = entry;
     worker.argument = argument;
     worker.result = pthread_create(&worker.id, nullptr, run_worker, &worker);
     worker.joinable = worker.result == 0;
+    if (worker.joinable) {
+        THRCT_Wait_For_Another_Start(started_before);
+    }
 }
 
 void qapi::Join_Worker(Worker_Thread& worker)
@@ -71,4 +85,14 @@ void qapi::Join_Worker(Worker_Thread& worker)
 Worker_Thread* qapi::This_Worker()
 {
     return this_worker;
+}
+
+bool qapi::Is_Master_Thread()
+{
+    return this_thread_number() == glb_master_thread;
+}
+
+void qapi::Be_Master_Thread()
+{
+    glb_master_thread = this_thread_number();
 }

@@ -5,10 +5,12 @@
 #include "process_lifetime.h"
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <pthread.h>
 #include <string>
 
+class CQcApi;
 struct DCON_DESCR;
 
 namespace qapi {
@@ -16,7 +18,7 @@ namespace qapi {
 // One of the four threads of a session. Filled by the thread that starts the session, which also joins it.
 struct Worker_Thread
 {
-    const char* name;
+    const char* name; // at most 15 characters, as the system's tools show it
     pthread_t id{};
     int result = 0;        // of the thread's creation
     bool joinable = false; // started and not joined yet; stays so after LogoutForce
@@ -24,11 +26,20 @@ struct Worker_Thread
     void* argument = nullptr;
 };
 
+// Returns when the thread runs and has counted itself.
 void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument);
 void Join_Worker(Worker_Thread& worker);
 
 // The worker that the calling thread is, or null.
 Worker_Thread* This_Worker();
+
+// The API object, or null; written by its constructor and destructor.
+CQcApi* Current_Api();
+void Set_Current_Api(CQcApi* api);
+
+// True on the thread that built the API object.
+bool Is_Master_Thread();
+void Be_Master_Thread();
 
 // Behind CQcApi::master_mutex and CQcApi::mutex_lock: threads may outlive the object, so the locks outlive it too.
 extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
@@ -42,9 +53,13 @@ void Prepare_Rings();
 
 } // namespace qapi
 
+using qapi::Be_Master_Thread;
+using qapi::Current_Api;
+using qapi::Is_Master_Thread;
 using qapi::Join_Worker;
 using qapi::Prepare_Connection;
 using qapi::Prepare_Rings;
+using qapi::Set_Current_Api;
 using qapi::Start_Worker;
 using qapi::The_Mailbox_Mutex;
 using qapi::The_Master_Mutex;
@@ -56,7 +71,8 @@ extern Worker_Thread glb_thread_read;
 extern Worker_Thread glb_thread_send;
 extern Worker_Thread glb_thread_dcon;
 
-extern pthread_t glb_master_thread; // the thread that built the API object
+// The thread that built the API object, by a number of its own: the system gives an ended thread's id to a new one.
+extern std::atomic<std::uint64_t> glb_master_thread;
 
 extern std::atomic<int> Glb_Log_Flag;       // 1 once the primary tables have arrived, until Logout
 extern std::atomic<int> Glb_main_connected; // 1 from the open of the connection to its close

@@ -5,6 +5,19 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// A test that ends its process by exit() destroys no object.
+fs::path& last_one = *new fs::path;
+
+void remove_last_one()
+{
+    std::error_code ignored;
+    fs::remove_all(last_one, ignored);
+}
+
+} // namespace
+
 ScratchDirectory::ScratchDirectory() : m_before(fs::current_path())
 {
     std::string pattern = (fs::temp_directory_path() / "qapi-test-XXXXXX").string();
@@ -13,6 +26,9 @@ ScratchDirectory::ScratchDirectory() : m_before(fs::current_path())
     }
     m_path = pattern;
     fs::current_path(m_path);
+    static const int at_exit = std::atexit(remove_last_one);
+    static_cast<void>(at_exit);
+    last_one = m_path;
 }
 
 ScratchDirectory::~ScratchDirectory()

@@ -1,6 +1,7 @@
 #include "session_fixture.h"
 
 #include "arrm.h"
+#include "qcapi/session.h"
 #include "thrct.h"
 
 #include <csignal>
@@ -8,6 +9,29 @@
 #include <filesystem>
 #include <sys/resource.h>
 #include <thread>
+
+// A login asks for the machine's address; here no resolver is asked, which may be slow or absent.
+SessionTest::SessionTest() : m_calls(System())
+{
+    m_calls.local_addresses = [](std::vector<std::string>& texts) {
+        texts.emplace_back("192.0.2.1");
+        return true;
+    };
+    Set_System(&m_calls);
+    scratch.write("qapi.cfg", "data_server = DSAB\nlocal_code = L001\n");
+}
+
+SessionTest::~SessionTest()
+{
+    Set_System(nullptr);
+}
+
+void SessionTest::wait_for_a_waiting_callback()
+{
+    while (The_Master_Mutex->Waiting() < 1) {
+        std::this_thread::yield();
+    }
+}
 
 void SessionTest::connection_says(int status, const std::string& data, const char* source)
 {

@@ -3,6 +3,7 @@
 
 #include "recording_host.h"
 #include "scratch_directory.h"
+#include "system_seam.h"
 
 #include <gtest/gtest.h>
 
@@ -11,10 +12,14 @@
 class SessionTest : public testing::Test
 {
 protected:
-    SessionTest() { scratch.write("qapi.cfg", "data_server = DSAB\nlocal_code = L001\n"); }
+    SessionTest();
+    ~SessionTest() override;
 
     // Puts a record of the connection's into the inbound ring, as the connection thread does.
     static void connection_says(int status, const std::string& data = "D", const char* source = "D");
+
+    // Until a callback of another thread stands at the lock that this one, or a third, holds.
+    static void wait_for_a_waiting_callback();
 
     static void wait_for_worker_threads(int number);
     static int open_descriptors();
@@ -23,6 +28,9 @@ protected:
     static void wait_until_running_threads_fall_to(int number);
 
     ScratchDirectory scratch;
+
+private:
+    SystemCalls m_calls;
 };
 
 // For the start of a death test's statement: a crash is to end the process as a crash, also under a sanitizer, and

@@ -1,0 +1,109 @@
+// What the reader does with each record, in both roles: here its thread function runs on a thread of the test's, so
+// that nobody else takes records from the rings.
+#include "arrm.h"
+#include "global.h"
+#include "qcapi/session.h"
+#include "session_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace {
+
+using testing::ElementsAre;
+
+struct ReadingHost : RecordingHost
+{
+    using CQcApi::Process_DS_Messages;
+    using CQcApi::Process_Messages;
+};
+
+class InboundTest : public SessionTest
+{
+protected:
+    InboundTest()
+    {
+        Glb_Recv_Mss->Initialize();
+        Glb_Send_Mss->Initialize();
+        Glb_Proc_Flag = 0;
+    }
+
+    // Runs a reader over all that was said so far.
+    static void read(void* (*reader)(void*))
+    {
+        connection_says(TCP_SHUTTING_DOWN, "");
+        std::thread(reader, nullptr).join();
+    }
+
+    ReadingHost host;
+};
+
+constexpr const char* stopped =
+    "status 27 Attempts to establish a connection and processing messages have been suspended";
+
+TEST_F(InboundTest, TheClientsReaderTellsEachStateAndTheStop)
+{
+    connection_says(TCP_STATUS_OPEN_CONNECTION);
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("status 21 Connected", "status 7 Can't connect", "status 20 Disconnected",
+                                          "disconnection 0 the peer closed", stopped));
+}
+
+TEST_F(InboundTest, TheServersReaderKnowsOpenAndCloseAndNoOtherStatus)
+{
+    connection_says(TCP_STATUS_OPEN_CONNECTION);
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_DS_Messages);
+    EXPECT_THAT(host.lines(),
+                ElementsAre("status 21 Connected", "error 23001 The connection changed to status 7, detail (D) / 0 0",
+                            "status 20 Disconnected", "disconnection 0 the peer closed"));
+}
+
+TEST_F(InboundTest, AClosedConnectionEmptiesTheOutboundRingButKeepsAStop)
+{
+    for (void* (*reader)(void*) : {ReadingHost::Process_Messages, ReadingHost::Process_DS_Messages}) {
+        Glb_Send_Mss->Collect(0, "an old order", 12, nullptr, nullptr);
+        Glb_Send_Mss->Collect(TCP_SHUTTING_DOWN, nullptr, 0, nullptr, nullptr);
+        connection_says(TCP_STATUS_CLOSED_CONNECTION);
+        read(reader);
+        char record[MESSAGE_TRANS_RECORD_SIZE];
+        int len = -1;
+        EXPECT_EQ(Glb_Send_Mss->Withdraw(record, &len, nullptr, nullptr), TCP_SHUTTING_DOWN);
+        EXPECT_EQ(Glb_Send_Mss->Withdraw(record, &len, nullptr, nullptr), -1);
+    }
+}
+
+TEST_F(InboundTest, TheConnectedWordFollowsTheConnection)
+{
+    connection_says(TCP_STATUS_OPEN_CONNECTION);
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(Glb_main_connected, 1);
+    connection_says(TCP_STATUS_CLOSED_CONNECTION);
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(Glb_main_connected, 0);
+}
+
+TEST_F(InboundTest, TheTraceHoldsTheLastEightSteps)
+{
+    connection_says(TCP_STATUS_OPEN_CONNECTION);
+    connection_says(TCP_STATUS_CLOSED_CONNECTION);
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(Glb_Proc_Flag, 0x24126712U); // ...took, open told; waits, took, close told, tables cleaned; waits, took
+}
+
+TEST_F(InboundTest, MessagesAreCounted)
+{
+    const unsigned before = glb_num_proc_msgs;
+    connection_says(TCP_STATUS_PACKET_RECEIVED, "575");
+    connection_says(TCP_STATUS_PACKET_RECEIVED, "133");
+    read(ReadingHost::Process_Messages);
+    connection_says(TCP_STATUS_PACKET_RECEIVED, "575");
+    read(ReadingHost::Process_DS_Messages);
+    EXPECT_EQ(glb_num_proc_msgs, before + 3);
+}
+
+} // namespace
