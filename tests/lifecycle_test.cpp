@@ -199,10 +199,10 @@ TEST_F(LifecycleTest, ALoginInsideAReportOfALoginIsRefused)
 
 TEST_F(LifecycleTest, AHostMayAnswerTheNoticeOfAWaitWithAnything)
 {
+    std::vector<int> results; // outlives the host, whose destructor waits once more
     RecordingHost host;
     host.login();
     host.LogoutForce();
-    std::vector<int> results;
     host.in_callback = [&](const std::string& line) {
         if (line.starts_with("error 0 Waiting")) {
             results = {host.Logout(), host.login(), host.LogoutForce()};
