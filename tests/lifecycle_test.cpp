@@ -201,13 +201,13 @@ TEST_F(LifecycleTest, AHostMayAnswerTheNoticeOfAWaitWithAnything)
 {
     std::vector<int> results; // outlives the host, whose destructor waits once more
     RecordingHost host;
-    host.login();
-    host.LogoutForce();
     host.in_callback = [&](const std::string& line) {
         if (line.starts_with("error 0 Waiting")) {
             results = {host.Logout(), host.login(), host.LogoutForce()};
         }
     };
+    host.login();
+    host.LogoutForce();
     EXPECT_EQ(host.login(), 0);
     EXPECT_EQ(results, (std::vector<int>{4, 17, 4}));
     EXPECT_EQ(CQcApi::initialize_flag, QAPI_INITIALIZED);
