@@ -8,6 +8,7 @@
 #include "arrm.h"
 #include "config.h"
 #include "dcon.h"
+#include "lifecycle_gate.h"
 #include "log.h"
 #include "session.h"
 #include "support.h"
@@ -15,94 +16,15 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <optional>
-#include <thread>
 
 std::atomic<int> CQcApi::initialize_flag{QAPI_NOT_INITIALIZED};
 std::atomic<bool> CQcApi::atexitqapi{false};
 int CQcApi::m_verbose_mode = 0;
 
 namespace {
-
-// One operation at a time starts or stops a session. Its callbacks may come back with another one on the same thread.
-class LifecycleGate
-{
-public:
-    bool try_enter()
-    {
-        const std::lock_guard lock(m_guard);
-        return take();
-    }
-
-    // Waits for an operation of another thread, which lasts as long as a Logout may at the most.
-    bool enter()
-    {
-        std::unique_lock lock(m_guard);
-        m_left.wait_for(lock, std::chrono::seconds(THRCT_WAIT_ROUNDS), [this] { return !m_taken; });
-        return take();
-    }
-
-    void leave()
-    {
-        const std::lock_guard lock(m_guard);
-        m_taken = false;
-        m_left.notify_all();
-    }
-
-    bool is_mine()
-    {
-        const std::lock_guard lock(m_guard);
-        return m_taken && m_owner == std::this_thread::get_id();
-    }
-
-    bool is_taken()
-    {
-        const std::lock_guard lock(m_guard);
-        return m_taken;
-    }
-
-private:
-    bool take()
-    {
-        if (m_taken) {
-            return false;
-        }
-        m_taken = true;
-        m_owner = std::this_thread::get_id();
-        return true;
-    }
-
-    std::mutex m_guard;
-    std::condition_variable m_left;
-    bool m_taken = false;
-    std::thread::id m_owner;
-};
-
-constinit ProcessLifetime<LifecycleGate> lifecycle_gate([] { return new LifecycleGate; });
-
-// The stretch of one operation, if the gate let it in.
-class LifecycleStretch
-{
-public:
-    explicit LifecycleStretch(bool entered) : m_entered(entered) {}
-    ~LifecycleStretch()
-    {
-        if (m_entered) {
-            lifecycle_gate->leave();
-        }
-    }
-    LifecycleStretch(const LifecycleStretch&) = delete;
-    LifecycleStretch& operator=(const LifecycleStretch&) = delete;
-    explicit operator bool() const { return m_entered; }
-
-private:
-    bool m_entered;
-};
 
 // Opens the callback lock, whoever holds callbacks back, for the stretch in which a thread waits for others: their last
 // callbacks must get through.
@@ -199,7 +121,7 @@ void tell_host_of_report(int code, char* text)
 CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex)
 {
     if (This_Worker() == nullptr) {
-        const LifecycleStretch stretch(lifecycle_gate->enter());
+        const LifecycleStretch stretch(Lifecycle_Gate->enter());
         Join_Left_Threads(); // of an object that was deleted in a callback
     }
     Set_Current_Api(this);
@@ -230,7 +152,7 @@ int CQcApi::Login(char* user_name, char* password)
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }
-    const LifecycleStretch stretch(lifecycle_gate->try_enter());
+    const LifecycleStretch stretch(Lifecycle_Gate->try_enter());
     if (!stretch) {
         return Report_Already_Initialized();
     }
@@ -270,7 +192,7 @@ int CQcApi::Connect(char* thost, int tport, char* /*conf_data*/, int /*conf_code
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }
-    const LifecycleStretch stretch(lifecycle_gate->try_enter());
+    const LifecycleStretch stretch(Lifecycle_Gate->try_enter());
     if (!stretch) {
         return Report_Already_Initialized();
     }
@@ -305,11 +227,11 @@ int CQcApi::Logout()
     if (This_Worker() != nullptr) {
         return LogoutForce(); // a thread can't wait for itself
     }
-    if (lifecycle_gate->is_mine()) {
+    if (Lifecycle_Gate->is_mine()) {
         return QAPI_ERR_NOT_INITIALIZED_YET; // in a callback of a Login that is not done, or of a Logout
     }
     const CallbacksLetThrough pending_callbacks; // the thread in the gate may wait for one that waits for this one
-    const LifecycleStretch stretch(lifecycle_gate->enter());
+    const LifecycleStretch stretch(Lifecycle_Gate->enter());
     if (!stretch) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
@@ -358,9 +280,9 @@ void CQcApi::Join_Left_Threads()
 // own Logout won't finish that, so the rest is done here. Neither tells the host, who may answer with exit() again.
 void CQcApi::AtExitQcApi()
 {
-    const bool inside_callback = This_Worker() != nullptr || lifecycle_gate->is_mine();
+    const bool inside_callback = This_Worker() != nullptr || Lifecycle_Gate->is_mine();
     CQcApi* api = Current_Api();
-    if (api == nullptr || (initialize_flag == QAPI_NOT_INITIALIZED && !lifecycle_gate->is_taken())) {
+    if (api == nullptr || (initialize_flag == QAPI_NOT_INITIALIZED && !Lifecycle_Gate->is_taken())) {
         LOG_End(); // threads that LogoutForce left may have lines waiting; the threads themselves are not waited for
         return;
     }
@@ -380,7 +302,7 @@ void CQcApi::Stop_At_Exit()
     if (This_Worker() != nullptr) {
         THRCT_Decrease_App_Thread_Counter();
     }
-    const bool may_join = lifecycle_gate->is_mine() || lifecycle_gate->try_enter(); // else another thread's Logout does
+    const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does
     if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
         request_stop(role);
     }
