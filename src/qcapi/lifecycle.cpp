@@ -179,9 +179,10 @@ int CQcApi::Login(char* user_name, char* password)
         return code;
     }
     initialize_flag = QAPI_INITIALIZED;
-    Start_Threads(Process_Messages);
-    static const int exit_hook = std::atexit(AtExitQcApi); // once per process
+    // Once per process, and before the threads run: their first callback may call exit().
+    static const int exit_hook = std::atexit(AtExitQcApi);
     static_cast<void>(exit_hook);
+    Start_Threads(Process_Messages);
     return 0;
 }
 
