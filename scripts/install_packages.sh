@@ -4,11 +4,13 @@
 set -euo pipefail
 
 demo="g++ cmake ninja-build"
-test="$demo libgtest-dev libgmock-dev libbenchmark-dev pkgconf"
+# Boost and libgcrypt are what tests compare results with; the other libraries are what benchmarks run against.
+test="$demo libgtest-dev libgmock-dev libbenchmark-dev pkgconf libboost-dev libgcrypt20-dev libgmp-dev zlib1g-dev
+    libarchive-dev"
 format="clang-format"
 fuzz="$demo clang libclang-rt-14-dev llvm"
 # g++-multilib and the sources of GoogleTest are for the 32-bit build.
-ci="$test $format $fuzz clang-tidy g++-multilib googletest"
+ci="$test $format $fuzz clang-tidy g++-multilib googletest stunnel4 openssl"
 
 case "${1-}" in
 demo | test | format | fuzz | ci) wanted=${!1} ;;

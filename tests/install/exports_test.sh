@@ -25,7 +25,7 @@ leaked=$(grep -Ev '^[A-Za-z] (CQcApi::|(vtable|typeinfo|typeinfo name) for CQcAp
 [ -z "$leaked" ] || fail "exported beside the interface:"$'\n'"$leaked"
 
 own='CQcApi|CMss_Arr|CvArray|Mss_Rec|Cur_Qapi|(COMMON|CONF|DCON|LOG|QAPI|QCAPI|THRCT)_|[Gg](lb|bl)_|L_|Do_m?Sleep|L_Get'
-own+='|GetCompilationPlatform|tolowerstr|str_isnum|[A-Z0-9]+_[A-Z0-9_]+$'
+own+='|(calc|bsd|RLE)_|GM(Nt|Mx|Num|Dec|Comma)|GetCompilationPlatform|tolowerstr|str_isnum|[A-Z0-9]+_[A-Z0-9_]+$'
 common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
     grep -Ev "^($own)|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for CQcApi$" || true)
 [ -z "$common" ] || fail "names of the archive that a host may have too:"$'\n'"$common"
