@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <string>
 
-using Number = std::array<CALC_MNUM, CALC_MXELEMD4 + 1>; // sign word and nine digit words
+using CalcNumber = std::array<CALC_MNUM, CALC_MXELEMD4 + 1>; // sign word and nine digit words
 
 class CalcModel
 {
@@ -24,7 +24,7 @@ public:
     [[nodiscard]] int IntegerWords() const { return m_integer_words; }
     [[nodiscard]] int Words() const { return m_words; }
 
-    int Add(Number a, Number& b) const
+    int Add(CalcNumber a, CalcNumber& b) const
     {
         bool a_larger = false;
         for (int i = m_words; i >= 1; --i) {
@@ -33,19 +33,19 @@ public:
         if (a[0] == b[0]) {
             return AddMagnitudes(a, b);
         }
-        const Number larger = a_larger ? a : b;
-        const Number smaller = a_larger ? b : a;
+        const CalcNumber larger = a_larger ? a : b;
+        const CalcNumber smaller = a_larger ? b : a;
         SubtractMagnitudes(larger, smaller, b);
         return 0;
     }
 
-    int Sub(Number a, Number& b) const
+    int Sub(CalcNumber a, CalcNumber& b) const
     {
         a[0] = static_cast<CALC_MNUM>(~a[0]);
         return Add(a, b);
     }
 
-    int Mul(const Number& a, Number& b) const
+    int Mul(const CalcNumber& a, CalcNumber& b) const
     {
         std::array<std::int64_t, 64> work{}; // the columns begin at index 32
         for (int i = 1; i <= m_words; ++i) {
@@ -70,7 +70,7 @@ public:
         return overflow ? 1 : 0;
     }
 
-    int Muli(int n, Number& b) const
+    int Muli(int n, CalcNumber& b) const
     {
         const std::int64_t factor = n < 0 ? -std::int64_t{n} : n;
         std::int16_t carry = 0;
@@ -84,7 +84,7 @@ public:
     }
 
     // Words that are no digits count as the nearest that are.
-    int Div(const Number& a, Number& b) const
+    int Div(const CalcNumber& a, CalcNumber& b) const
     {
         using boost::multiprecision::cpp_int;
         const auto sign = static_cast<CALC_MNUM>(a[0] ^ b[0]);
@@ -115,7 +115,7 @@ public:
     }
 
     // The digits are dropped one by one from the right.
-    void Round(Number& n, int decs, bool cut) const
+    void Round(CalcNumber& n, int decs, bool cut) const
     {
         const int w = m_integer_words + std::max(decs, 0) / 4 + 1;
         if (w > m_words) {
@@ -139,20 +139,19 @@ public:
         }
     }
 
-    void Truncate(Number& n, int decs) const
+    void Truncate(CalcNumber& n, int decs) const
     {
-        int kept = std::max(decs, 0);
-        for (int i = m_integer_words + 1; i <= m_words; ++i, kept -= std::min(kept, 4)) {
-            int unit = 1;
-            for (int digit = kept; digit < 4; ++digit) {
-                unit *= 10;
-            }
-            Word(n, i) =
-                static_cast<CALC_MNUM>(kept == 0 ? Word(n, i) - FirstTruncated(n, i, decs) : Word(n, i) / unit * unit);
+        const int w = m_integer_words + std::max(decs, 0) / 4 + 1;
+        int unit = 1;
+        for (int digit = std::max(decs, 0) % 4; digit < 4; ++digit) {
+            unit *= 10;
+        }
+        for (int i = w; i <= m_words; ++i) {
+            Word(n, i) = static_cast<CALC_MNUM>(i == w ? Word(n, i) - Word(n, i) % unit : 0);
         }
     }
 
-    [[nodiscard]] bool WithDecimals(const Number& n, int decs) const
+    [[nodiscard]] bool WithDecimals(const CalcNumber& n, int decs) const
     {
         for (int i = m_integer_words + 1; i <= m_words && decs > 0; ++i, decs -= 4) {
             int word = Word(n, i);
@@ -166,12 +165,12 @@ public:
         return false;
     }
 
-    [[nodiscard]] bool NotZero(const Number& n) const
+    [[nodiscard]] bool NotZero(const CalcNumber& n) const
     {
         return std::any_of(n.begin() + 1, n.begin() + 1 + m_words, [](CALC_MNUM word) { return word != 0; });
     }
 
-    [[nodiscard]] int Compare(const Number& a, const Number& b) const
+    [[nodiscard]] int Compare(const CalcNumber& a, const CalcNumber& b) const
     {
         if (a[0] != b[0]) {
             return !NotZero(a) && !NotZero(b) ? 0 : (a[0] == 0 ? 1 : -1);
@@ -186,7 +185,7 @@ public:
     }
 
     // With points of '.'; reports nothing.
-    int Parse(const std::string& text, Number& n) const
+    int Parse(const std::string& text, CalcNumber& n) const
     {
         std::size_t from = text.find_first_not_of(' ');
         from = from == std::string::npos ? text.size() : from;
@@ -212,10 +211,10 @@ public:
     }
 
     // Needs a `len` above 0 and `decs` below it.
-    [[nodiscard]] std::string Print(const Number& n, int len, int decs, bool plus, bool left) const
+    [[nodiscard]] std::string Print(const CalcNumber& n, int len, int decs, bool plus, bool left) const
     {
         len = std::min(len, 32);
-        Number copy = n;
+        CalcNumber copy = n;
         Round(copy, decs, false);
         const int point = decs != 0 ? len - decs - 1 : len;
         std::string text(static_cast<std::size_t>(len), '0');
@@ -233,10 +232,10 @@ public:
     }
 
 private:
-    static const CALC_MNUM& Word(const Number& n, int i) { return n.at(static_cast<std::size_t>(i)); }
-    static CALC_MNUM& Word(Number& n, int i) { return n.at(static_cast<std::size_t>(i)); }
+    static const CALC_MNUM& Word(const CalcNumber& n, int i) { return n.at(static_cast<std::size_t>(i)); }
+    static CALC_MNUM& Word(CalcNumber& n, int i) { return n.at(static_cast<std::size_t>(i)); }
 
-    int AddMagnitudes(const Number& a, Number& b) const
+    int AddMagnitudes(const CalcNumber& a, CalcNumber& b) const
     {
         int carry = 0;
         for (int i = m_words; i >= 1; --i) {
@@ -248,7 +247,7 @@ private:
         return carry;
     }
 
-    void SubtractMagnitudes(const Number& larger, const Number& smaller, Number& result) const
+    void SubtractMagnitudes(const CalcNumber& larger, const CalcNumber& smaller, CalcNumber& result) const
     {
         int borrow = 0;
         for (int i = m_words; i >= 0; --i) {
@@ -259,7 +258,7 @@ private:
         result[0] = result[0] != 0 || NotZero(result) ? larger[0] : CALC_SGNPOS;
     }
 
-    void Carry(Number& n, int w, int value) const
+    void Carry(CalcNumber& n, int w, int value) const
     {
         Word(n, w) = value > 9999 ? CALC_MNUM{0} : static_cast<CALC_MNUM>(value);
         bool carry = value > 9999;
@@ -268,13 +267,6 @@ private:
             carry = sum > 9999;
             Word(n, i) = static_cast<CALC_MNUM>(carry ? sum - 10000 : sum);
         }
-    }
-
-    // What is taken off word i: its last four digits where the cut begins, and all of it behind.
-    [[nodiscard]] int FirstTruncated(const Number& n, int i, int decs) const
-    {
-        const bool first = i == m_integer_words + 1 + std::max(decs, 0) / 4;
-        return first ? Word(n, i) % 10000 : Word(n, i);
     }
 
     static CALC_MNUM FourDigits(const std::string& text, std::size_t from)
@@ -288,7 +280,7 @@ private:
 
     static char Character(int digit) { return digit >= 0 && digit <= 9 ? static_cast<char>('0' + digit) : '#'; }
 
-    void FillIntegers(Number& copy, int point, std::string& text) const
+    void FillIntegers(CalcNumber& copy, int point, std::string& text) const
     {
         int w = m_integer_words;
         for (int position = point - 1, digit = 1; position >= 0 && w > 0; --position, ++digit) {
@@ -298,7 +290,7 @@ private:
         }
     }
 
-    void FillDecimals(const Number& copy, int point, std::string& text) const
+    void FillDecimals(const CalcNumber& copy, int point, std::string& text) const
     {
         if (point < static_cast<int>(text.size())) {
             text.at(static_cast<std::size_t>(point)) = '.';
@@ -313,7 +305,7 @@ private:
         }
     }
 
-    [[nodiscard]] boost::multiprecision::cpp_int Whole(const Number& n) const
+    [[nodiscard]] boost::multiprecision::cpp_int Whole(const CalcNumber& n) const
     {
         boost::multiprecision::cpp_int value = 0;
         for (int i = 1; i <= m_words; ++i) {
