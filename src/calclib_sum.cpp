@@ -92,15 +92,15 @@ constexpr std::uint64_t lane_surplus = 65536 - word_base;
 constexpr std::uint64_t high_surplus = lane_surplus * (each_lane >> 16);
 constexpr std::uint64_t low_surplus = lane_surplus * each_lane;
 
-// Between four words in memory and a number whose upper bits hold the first of them; its own inverse.
-std::uint64_t first_word_on_top(std::uint64_t lanes)
+using EightWords = CALC_MNUM __attribute__((vector_size(16)));
+using TwoHalves = std::uint64_t __attribute__((vector_size(16)));
+
+// Turns four and four words around, on machines that keep the last of four in the upper bits.
+void put_first_words_on_top(EightWords& words)
 {
     if constexpr (std::endian::native == std::endian::little) {
-        constexpr std::uint64_t even_lanes = 0x0000FFFF0000FFFF;
-        lanes = std::rotl(lanes, 32);
-        return (lanes & even_lanes) << 16 | (lanes >> 16 & even_lanes);
+        words = __builtin_shufflevector(words, words, 3, 2, 1, 0, 7, 6, 5, 4);
     }
-    return lanes;
 }
 
 std::uint64_t sign_bits(CALC_MNUM sign)
@@ -110,15 +110,19 @@ std::uint64_t sign_bits(CALC_MNUM sign)
 
 Lanes lanes_of(const CALC_MNUM* n)
 {
-    return {first_word_on_top(four_words(n)) & ~sign_lane, first_word_on_top(four_words(n + 4))};
+    EightWords words;
+    std::memcpy(&words, n, sizeof words);
+    put_first_words_on_top(words);
+    const auto halves = reinterpret_cast<TwoHalves>(words);
+    return {halves[0] & ~sign_lane, halves[1]};
 }
 
 void store(Lanes lanes, CALC_MNUM sign, CALC_MNUM* n)
 {
-    const std::uint64_t front = first_word_on_top((lanes.high & ~sign_lane) | sign_bits(sign) << 48);
-    const std::uint64_t back = first_word_on_top(lanes.low);
-    std::memcpy(n, &front, sizeof front);
-    std::memcpy(n + 4, &back, sizeof back);
+    const TwoHalves halves{(lanes.high & ~sign_lane) | sign_bits(sign) << 48, lanes.low};
+    auto words = reinterpret_cast<EightWords>(halves);
+    put_first_words_on_top(words);
+    std::memcpy(n, &words, sizeof words);
 }
 
 bool are_digits(Lanes lanes)

@@ -1,5 +1,5 @@
-// Results worked out by tests/data/make_calclib_vectors.py. A line is "operation arguments -> result", a number its sign
-// word and seven digit words, a text stands in quotes.
+// Results worked out by tests/data/make_calclib_vectors.py. A line is "operation arguments -> result", a number its
+// sign word and seven digit words, a text stands in quotes.
 #include "calc_fixture.h"
 
 #include <fstream>
