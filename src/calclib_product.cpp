@@ -1,4 +1,4 @@
-// Multiplication. Digit words of the system's precision are joined to limbs of eight digits: ten products of the
+// Multiplication. Digit words of the system's precision are joined to limbs of eight digits: sixteen products of the
 // schoolbook instead of forty-nine, and columns that fit into 64 bits with their carries.
 #include "calclib_layout.h"
 
@@ -16,11 +16,16 @@ CALC_MNUM product_sign(const CALC_MNUM* a, const CALC_MNUM* b)
 
 using Columns = std::array<std::int64_t, 2 * most_words + 1>;
 
+std::int64_t& at(Columns& columns, int index)
+{
+    return columns[static_cast<std::size_t>(index)];
+}
+
 template <class Layout> void add_products(Layout layout, const CALC_MNUM* a, const CALC_MNUM* b, Columns& work)
 {
     for (int i = 1; i <= layout.words; ++i) {
         for (int j = 1; j <= layout.words; ++j) {
-            work[static_cast<std::size_t>(i + j)] += a[i] * b[j];
+            at(work, i + j) += a[i] * b[j];
         }
     }
 }
@@ -30,19 +35,19 @@ template <class Layout> void carry_columns(Layout layout, Columns& work)
 {
     const int uppermost = layout.integer_words > 2 ? layout.integer_words - 1 : 1;
     for (int k = 2 * layout.words; k >= uppermost; --k) {
-        std::int64_t& column = work[static_cast<std::size_t>(k)];
-        work[static_cast<std::size_t>(k - 1)] += column / word_base;
+        std::int64_t& column = at(work, k);
+        at(work, k - 1) += column / word_base;
         column %= word_base;
     }
 }
 
-// The column next to the one right above the number is not looked at: the market's own arithmetic lets a product from
-// 10^20 to 10^23 wrap to what is left of it, and both sides must come to the same amounts.
-template <class Layout> bool overflows(Layout layout, const Columns& work)
+// The column next to the one right above the number is not looked at: a product from 10^20 to 10^23 wraps unseen to
+// what is left of it, and whoever computes with it relies on the same amounts.
+template <class Layout> bool overflows(Layout layout, Columns& work)
 {
-    bool seen = work[static_cast<std::size_t>(layout.integer_words)] != 0;
+    bool seen = at(work, layout.integer_words) != 0;
     for (int k = layout.integer_words - 2; k >= 0; --k) {
-        seen |= work[static_cast<std::size_t>(k)] > 0;
+        seen |= at(work, k) > 0;
     }
     return seen;
 }
@@ -54,7 +59,7 @@ template <class Layout> int multiply_words(Layout layout, const CALC_MNUM* a, CA
     carry_columns(layout, work);
     b[CALC_SGN] = product_sign(a, b);
     for (int i = 1; i <= layout.words; ++i) {
-        b[i] = static_cast<CALC_MNUM>(work[static_cast<std::size_t>(layout.integer_words + i)]);
+        b[i] = static_cast<CALC_MNUM>(at(work, layout.integer_words + i));
     }
     return overflows(layout, work) ? 1 : 0;
 }
