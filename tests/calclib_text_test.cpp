@@ -103,6 +103,22 @@ TEST_F(CalcParse, TakesBlanksAloneForBlanks)
     EXPECT_EQ(Reports().size(), 4U);
 }
 
+TEST_F(CalcParse, KnowsEveryInvalidCharacterAtEveryPosition)
+{
+    const std::string digits = "1234567890123456.12345678";
+    for (std::size_t position = 1; position < digits.size(); ++position) {
+        for (const char c : std::string("/:0 \xB5\x01?")) {
+            std::string given = digits;
+            std::string read = digits + "0000";
+            given[position] = position == 16 ? '.' : c;
+            read[position] = position == 16 ? '.' : '0';
+            Reports().clear();
+            EXPECT_EQ(Parsed(given), read);
+            EXPECT_EQ(Reports().size(), given[position] == '0' || position == 16 ? 0U : 1U) << given;
+        }
+    }
+}
+
 TEST_F(CalcParse, ReportsWhatStandsInDecimalsThatAreCut)
 {
     EXPECT_EQ(Parsed("1.123456789x"), "1.123456780000");
