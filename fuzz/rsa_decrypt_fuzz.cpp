@@ -16,7 +16,7 @@ using Bytes = std::vector<unsigned char>;
 using Number = std::vector<unit>; // of exactly the units in use
 
 constexpr unsigned char untouched = 0x5A;
-constexpr std::size_t longest_exponent = 12; // bytes: powers are slow, and their length is no matter here
+constexpr std::size_t longest_exponent = 8; // bytes: powers are slow, and their length is no matter here
 
 void require(bool holds)
 {
@@ -24,6 +24,8 @@ void require(bool holds)
         std::abort();
     }
 }
+
+constexpr unsigned transparent_precision = 18;
 
 class Input
 {
@@ -126,11 +128,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     const unsigned precision_byte = input.byte();
     const bool transparent = input.byte() % 2 == 1;
-    const unsigned precision = precision_byte < 240 ? precision_byte % 20 : 65 + precision_byte % 2;
-    global_precision = transparent ? 18 : std::max(precision, 1U);
+    const unsigned precision = precision_byte < 240 ? std::max(precision_byte % 20, 1U) : 65 + precision_byte % 2;
+    static const Key own_power = [] {
+        global_precision = transparent_precision;
+        return transparent_key();
+    }();
+    global_precision = transparent ? transparent_precision : precision;
     const std::size_t block_size = std::size_t{global_precision} * 4;
     const Bytes block = input.bytes(block_size, block_size);
-    const Key key = transparent ? transparent_key() : any_key(input);
+    const Key key = transparent ? own_power : any_key(input);
     check(block, key, [&](unsigned char* out, const unsigned char* in) {
         return rsa_public_decrypt(out, in, key.e.data(), key.n.data());
     });

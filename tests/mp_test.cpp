@@ -14,7 +14,7 @@ using testing::ElementsAre;
 class MpTest : public testing::TestWithParam<unsigned>
 {
 protected:
-    static constexpr int rounds = 400;
+    static constexpr int rounds = 250;
 
     // Two numbers a time, of any length up to the precision.
     template <typename Check> void For_Random_Pairs(Check check)

@@ -135,6 +135,15 @@ TEST_F(RsaPadding, ReversedTypeOneIsRecognisedBy255AtDistances17And18)
     EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(44, 7) + Of(1, 0) + Of(16, 255) + Of(1, 1)), -9);
 }
 
+TEST_F(RsaPadding, One255AtEitherDistanceIsNotEnoughForReversedTypeOne)
+{
+    for (const Bytes& start : {Of(1, 255) + Of(1, 7), Of(1, 7) + Of(1, 255)}) {
+        const Bytes session_key = start + Of(15, 9) + Of(1, 1);
+        EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(43, 255) + Of(1, 0) + session_key), 18);
+        EXPECT_EQ(data, session_key);
+    }
+}
+
 TEST_F(RsaPadding, ReversedTypeOneThatDoesNotBeginWithOneIsMinusSeven)
 {
     for (const unsigned first : {0U, 2U, 255U}) {

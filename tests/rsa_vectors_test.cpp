@@ -24,7 +24,7 @@ void ExpectData(const VectorLine& line, int result, Bytes out)
     EXPECT_EQ(out, expected);
 }
 
-class RsaVectors : public testing::Test
+class RsaVectors : public testing::TestWithParam<std::size_t>
 {
 protected:
     void Check(const VectorLine& line)
@@ -56,14 +56,21 @@ protected:
     std::unique_ptr<RsaKey> key;
 };
 
-TEST_F(RsaVectors, EveryLineHolds)
+INSTANTIATE_TEST_SUITE_P(OfKey, RsaVectors, testing::Range<std::size_t>(0, 9));
+
+TEST_P(RsaVectors, EveryLineHolds)
 {
-    const std::vector<VectorLine> lines = read_vectors("rsa_vectors.txt");
-    ASSERT_GT(lines.size(), 300U);
-    for (const VectorLine& line : lines) {
-        SCOPED_TRACE(line.text);
-        Check(line);
+    std::size_t keys = 0;
+    int checked = 0;
+    for (const VectorLine& line : read_vectors("rsa_vectors.txt")) {
+        keys += line.operation == "key" ? 1 : 0;
+        if (keys == GetParam() + 1) {
+            SCOPED_TRACE(line.text);
+            Check(line);
+            ++checked;
+        }
     }
+    EXPECT_GT(checked, 30);
 }
 
 } // namespace
