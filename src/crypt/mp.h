@@ -46,7 +46,8 @@ int mp_mult(unit* product, const unit* multiplicand, const unit* multiplier);
 
 // Modular multiplication by Merritt's method: the modulus is staged once, as its images shifted by 0 to 31 bits, and
 // then serves any number of multiplications of numbers below it. The modulus must leave its top unit free: -1 if it is
-// 0 or does not. `product` may be an operand. merritt_burn wipes all images.
+// 0 or does not. It must stay where it is, as the first of its images, until merritt_burn, which wipes them all.
+// `product` may be an operand; -1, with nothing written, if no modulus is staged at the precision in force.
 int stage_merritt_modulus(const unit* n);
 int merritt_modmult(unit* product, const unit* multiplicand, const unit* multiplier);
 void merritt_burn();
