@@ -20,7 +20,8 @@ inline constexpr int RSA_BAD_REVERSED = -7; // a reversed block of type 1 that d
 inline constexpr int RSA_BAD_PADDING = -9;
 
 // Pads `length` bytes and raises them to a power. `out` receives global_precision * 4 bytes and may be `in`. 0, or a
-// negative code: RSA_NO_ROOM, or the one of the power.
+// negative code: RSA_NO_ROOM, the one of the power, or RSA_BAD_PADDING if the source of random bytes gives only zeros.
+// `out` is untouched then.
 int rsa_public_encrypt(unsigned char* out, const unsigned char* in, unsigned length, const unit* e, const unit* n);
 int rsa_private_encrypt(unsigned char* out, const unsigned char* in, unsigned length, const unit* e, const unit* d,
                         const unit* p, const unit* q, const unit* u, const unit* n);
@@ -33,6 +34,9 @@ int rsa_private_decrypt(unsigned char* out, const unsigned char* in, const unit*
 
 } // namespace qapi
 
+using qapi::RSA_BAD_PADDING;
+using qapi::RSA_BAD_REVERSED;
+using qapi::RSA_NO_ROOM;
 using qapi::rsa_private_decrypt;
 using qapi::rsa_private_encrypt;
 using qapi::rsa_public_decrypt;
