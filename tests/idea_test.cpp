@@ -2,8 +2,9 @@
 
 #include "crypt/idea_block.h"
 #include "crypt/idea_lanes.h"
+#include "hex.h"
 #include "idea_key.h"
-#include "vector_lines.h"
+#include "vector_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -227,19 +228,22 @@ TEST(IdeaCfb, StartsAtTheGivenBytesOrAtZeros)
 
 TEST(Idea, AgreesWithTheStoredVectors)
 {
-    for (const VectorLine& line : VectorLines("idea_vectors.txt")) {
+    const std::vector<VectorLine> lines = read_vectors("idea_vectors.txt");
+    EXPECT_EQ(lines.size(), 386U);
+    for (const VectorLine& line : lines) {
+        const std::string key = FromHex(line.operands[0]);
         std::string result;
-        if (line[0] == "expand") {
-            result = WordsInHex(Expanded(FromHex(line[1])));
-        } else if (line[0] == "invert") {
-            result = WordsInHex(Inverted(WordsOf(line[1])));
-        } else if (line[0] == "cipher") {
-            result = ToHex(Ciphered(FromHex(line[2]), Expanded(FromHex(line[1]))));
-        } else if (line[0] == "chain") {
-            result = ToHex(Encrypted(FromHex(line[2]), FromHex(line[1])));
-            EXPECT_EQ(ToHex(Decrypted(FromHex(line[3]), FromHex(line[1]))), line[2]);
+        if (line.operation == "expand") {
+            result = WordsInHex(Expanded(key));
+        } else if (line.operation == "invert") {
+            result = WordsInHex(Inverted(WordsOf(line.operands[0])));
+        } else if (line.operation == "cipher") {
+            result = ToHex(Ciphered(FromHex(line.operands[1]), Expanded(key)));
+        } else if (line.operation == "chain") {
+            result = ToHex(Encrypted(FromHex(line.operands[1]), key));
+            EXPECT_EQ(ToHex(Decrypted(FromHex(line.results[0]), key)), line.operands[1]) << line.text;
         }
-        EXPECT_EQ(result, line.back()) << line[0] << ' ' << line[1];
+        EXPECT_EQ(result, line.results[0]) << line.text;
     }
 }
 

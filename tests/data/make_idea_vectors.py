@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Writes idea_vectors.txt: the cipher and its chaining, modelled with whole numbers.
 
-    expand   key                schedule
-    invert   schedule           inverse schedule
-    cipher   key   block        cipher block
-    chain    key   plain text   cipher text, with what is left of a last block unchanged
+    expand key = schedule
+    invert schedule = inverse schedule
+    cipher key block = cipher block
+    chain key data = cipher text, with what is left of a last block unchanged
 
 All in hex; sub-keys as big-endian words.
 """
@@ -108,13 +108,13 @@ def lines():
     keys += [generator.randbytes(16) for _ in range(20)]
     for key in keys:
         schedule = expand(key)
-        yield f"expand {key.hex()} {words_hex(schedule)}"
-        yield f"invert {words_hex(schedule)} {words_hex(invert(schedule))}"
+        yield f"expand {key.hex()} = {words_hex(schedule)}"
+        yield f"invert {words_hex(schedule)} = {words_hex(invert(schedule))}"
         for block in (bytes(8), extreme_bytes(generator, 8), generator.randbytes(8)):
-            yield f"cipher {key.hex()} {block.hex()} {cipher(block, schedule).hex()}"
+            yield f"cipher {key.hex()} {block.hex()} = {cipher(block, schedule).hex()}"
     for length in [*range(1, 40), *range(60, 70), *range(120, 140), 200, 256]:
         key, data = generator.randbytes(16), generator.randbytes(length)
-        yield f"chain {key.hex()} {data.hex()} {encrypt(data, key).hex()}"
+        yield f"chain {key.hex()} {data.hex()} = {encrypt(data, key).hex()}"
 
 
 if __name__ == "__main__":

@@ -1,31 +1,7 @@
-// Stored vectors: lines of words between blanks, bytes in hex.
+// Bytes as texts of hex digits.
 #pragma once
 
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
-#include <vector>
-
-using VectorLine = std::vector<std::string>;
-
-// The lines of a file below tests/data. One that isn't there, or is empty, is an error.
-inline std::vector<VectorLine> VectorLines(const std::string& name)
-{
-    std::ifstream file(TEST_DATA "/" + name);
-    std::vector<VectorLine> lines;
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream text(line);
-        VectorLine& words = lines.emplace_back();
-        for (std::string word; text >> word;) {
-            words.push_back(word);
-        }
-    }
-    if (lines.empty()) {
-        throw std::runtime_error("no vectors in " + name);
-    }
-    return lines;
-}
 
 // The bytes of a hex text; blanks may stand between them.
 inline std::string FromHex(const std::string& text)
