@@ -3,7 +3,7 @@
 
 #include <string>
 
-// The bytes of a hex text; blanks may stand between them.
+// The bytes of a hex text; blanks may stand between them. A lone "-" is none.
 inline std::string FromHex(const std::string& text)
 {
     std::string digits;
