@@ -1,6 +1,6 @@
-// The simple operations go over the units with a carry of 64 bits; division and multiplication go bit by bit, which is
-// enough for the few of them that a key operation takes. The precision is read once a call: it has the type of a unit,
-// so the compiler would have to expect every store into a number to change it.
+// Powers are nearly all additions and subtractions: these take two units a step. Division and multiplication go bit by
+// bit, which is enough for the few of them that a key operation takes. The precision is read once a call: it has the
+// type of a unit, so the compiler would have to expect every store into a number to change it.
 #include "crypt/mp_number.h"
 
 #include <algorithm>
@@ -10,6 +10,18 @@
 unsigned qapi::global_precision = 18; // keys of 512 bits and the two units of room that one private operation wants
 
 namespace {
+
+// Two units as one number; a little-endian processor takes them at once.
+std::uint64_t pair_at(const unit* r)
+{
+    return (std::uint64_t{r[1]} << UNITSIZE) | r[0];
+}
+
+void put_pair(unit* r, std::uint64_t value)
+{
+    r[0] = static_cast<unit>(value);
+    r[1] = static_cast<unit>(value >> UNITSIZE);
+}
 
 // Takes the dividend's bits from the top into the remainder, and tells `quotient_bit` each one's number and value.
 template <typename QuotientBit>
@@ -32,19 +44,32 @@ void divide(unit* remainder, const unit* dividend, const unit* divisor, Quotient
 unit qapi::mp_addc(unit* r1, const unit* r2, unit carry)
 {
     const std::size_t count = global_precision;
-    std::uint64_t running = carry;
-    for (std::size_t i = 0; i < count; ++i) {
-        running += std::uint64_t{r1[i]} + r2[i];
-        r1[i] = static_cast<unit>(running);
-        running >>= UNITSIZE;
+    std::size_t i = 0;
+    for (; i + 1 < count; i += 2) {
+        const std::uint64_t sum = pair_at(r1 + i) + carry;
+        const std::uint64_t whole = sum + pair_at(r2 + i);
+        carry = unit{sum < carry} | unit{whole < sum}; // never both
+        put_pair(r1 + i, whole);
     }
-    return static_cast<unit>(running);
+    for (; i < count; ++i) {
+        const std::uint64_t sum = std::uint64_t{r1[i]} + r2[i] + carry;
+        r1[i] = static_cast<unit>(sum);
+        carry = static_cast<unit>(sum >> UNITSIZE);
+    }
+    return carry;
 }
 
 unit qapi::mp_subb(unit* r1, const unit* r2, unit borrow)
 {
     const std::size_t count = global_precision;
-    for (std::size_t i = 0; i < count; ++i) {
+    std::size_t i = 0;
+    for (; i + 1 < count; i += 2) {
+        const std::uint64_t before = pair_at(r1 + i);
+        const std::uint64_t difference = before - pair_at(r2 + i);
+        put_pair(r1 + i, difference - borrow);
+        borrow = unit{difference > before} | unit{difference < borrow}; // never both
+    }
+    for (; i < count; ++i) {
         const std::uint64_t difference = std::uint64_t{r1[i]} - r2[i] - borrow;
         r1[i] = static_cast<unit>(difference);
         borrow = static_cast<unit>(difference >> 63);

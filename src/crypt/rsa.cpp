@@ -126,8 +126,13 @@ bool fill_padding(unsigned char* to, int count, unsigned char type)
         std::fill_n(to, count, filler);
         return true;
     }
-    std::generate_n(to, count, random_padding);
-    return std::find(to, to + count, 0) == to + count;
+    for (unsigned char* const end = to + count; to != end; ++to) {
+        *to = random_padding();
+        if (*to == 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 int pad(OwnNumber& number, const unsigned char* in, unsigned length, unsigned char type, const unit* n)
