@@ -220,7 +220,10 @@ int qapi::crypt_encrypt_data(unsigned dest, char* data, unsigned short form, uns
 int qapi::crypt_decrypt_data([[maybe_unused]] unsigned src, char* data, unsigned short form, unsigned short start,
                              unsigned short end)
 {
-    const int available = std::max(end - start, 0);
+    if (start >= end) {
+        return 0;
+    }
+    const int available = end - start;
     char* const target = data + start;
     Header header;
     const WipedAtEnd wipe_header(header);
