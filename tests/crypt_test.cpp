@@ -119,7 +119,7 @@ TEST_F(Crypt, LongerDataBecomeZerosAndDoNotGrow)
     EXPECT_TRUE(frame.GuardsIntact());
 }
 
-TEST_F(Crypt, AnEndBeforeTheStartIsNothingToDo)
+TEST_F(Crypt, AnEndBeforeTheStartChangesNothing)
 {
     char data[] = "0123456789";
     for (const unsigned short form : {IDEA_ENCRYPT, RSA_ENCRYPT, IDEA_DIRECT}) {

@@ -12,8 +12,8 @@ using namespace qapi;
 using namespace qapi::idea;
 
 // Sub-keys by the part they play in a round, or in the output, which has the first four only.
-constexpr int keys_of_a_round = 6;
-constexpr int output_keys = IDEAROUNDS * keys_of_a_round;
+constexpr std::size_t keys_of_a_round = 6;
+constexpr std::size_t output_keys = IDEAROUNDS * keys_of_a_round;
 
 constexpr Word negative(Word word)
 {
@@ -24,10 +24,10 @@ constexpr Word negative(Word word)
 Inverses factors_backwards(const Word* schedule)
 {
     Inverses factors{};
-    for (int i = 0; i <= IDEAROUNDS; ++i) {
-        const Word* layer = schedule + output_keys - i * keys_of_a_round;
-        factors[static_cast<std::size_t>(2 * i)] = layer[0];
-        factors[static_cast<std::size_t>(2 * i + 1)] = layer[3];
+    for (std::size_t i = 0; i <= IDEAROUNDS; ++i) {
+        const Word* layer = schedule + (output_keys - i * keys_of_a_round);
+        factors[2 * i] = layer[0];
+        factors[2 * i + 1] = layer[3];
     }
     return factors;
 }
@@ -68,14 +68,14 @@ void qapi::ideaInvertKey(const unsigned short* schedule, unsigned short* inverse
     invert(factors);
     Word keys[IDEAKEYLEN];
     const WipedAtEnd wipe_keys(keys);
-    for (int i = 0; i <= IDEAROUNDS; ++i) {
-        const Word* layer = schedule + output_keys - i * keys_of_a_round;
+    for (std::size_t i = 0; i <= IDEAROUNDS; ++i) {
+        const Word* layer = schedule + (output_keys - i * keys_of_a_round);
         const bool outer = i == 0 || i == IDEAROUNDS;
         Word* target = keys + i * keys_of_a_round;
-        target[0] = factors[static_cast<std::size_t>(2 * i)];
+        target[0] = factors[2 * i];
         target[1] = negative(layer[outer ? 1 : 2]);
         target[2] = negative(layer[outer ? 2 : 1]);
-        target[3] = factors[static_cast<std::size_t>(2 * i + 1)];
+        target[3] = factors[2 * i + 1];
         if (i < IDEAROUNDS) {
             std::copy_n(layer - 2, 2, target + 4);
         }

@@ -4,10 +4,9 @@
 #include "little_endian.h"
 #include "system_seam.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
-#include <span>
 #include <tuple>
 
 namespace {
