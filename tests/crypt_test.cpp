@@ -233,13 +233,11 @@ using CryptDeathTest = Crypt;
 
 TEST_F(CryptDeathTest, ThePlainFormEncryptsFromThenOnIfTheVariableIsSet)
 {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(EncryptTwice("", nullptr), testing::ExitedWithCode(1 + 4), "");
 }
 
 TEST_F(CryptDeathTest, ThePlainFormDoesNothingFromThenOnIfTheVariableIsNotSet)
 {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(EncryptTwice(nullptr, "1"), testing::ExitedWithCode(2 + 8 + 16), "");
 }
 

@@ -321,22 +321,22 @@ TEST_F(KeyFile, AnIdentityIsFourBytesLeastSignificantFirst)
 
 TEST_F(KeyFile, AWriteThatFailsIsFiveAndLeavesNothingPrivate)
 {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     WriteCurrentAndFuture(RecordBytes(key_of_b, today));
-    EXPECT_EXIT(InitUnderAFileLimit(1000, nullptr), testing::ExitedWithCode(5), "");
+    EXPECT_EXIT(InitUnderAFileLimit(0, nullptr), testing::ExitedWithCode(5), "");
+    EXPECT_EQ(CurrentRecord(), current_record);
 }
 
 TEST_F(KeyFile, AFailedWriteOfTheFutureRecordIsFiveAndTheMovedKeyStays)
 {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const std::string future = RecordBytes(key_of_b, today);
     WriteCurrentAndFuture(future);
     EXPECT_EXIT(InitUnderAFileLimit(2000, nullptr), testing::ExitedWithCode(5), "");
+    EXPECT_EQ(CurrentRecord(), future);
+    EXPECT_EQ(FutureRecord(), future);
 }
 
 TEST_F(KeyFile, AFailedChangeOfThePassphraseIsFive)
 {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     WriteCurrentAndFuture(future_in_2024);
     EXPECT_EXIT(InitUnderAFileLimit(3000, "better"), testing::ExitedWithCode(5), "");
 }
