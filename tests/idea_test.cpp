@@ -69,11 +69,11 @@ unsigned Product(unsigned left, unsigned right)
 // The cipher as it is written down, with a division for each product.
 std::string PlainCipher(const std::string& block, const Schedule& keys)
 {
-    unsigned words[4];
-    for (std::size_t i = 0; i < 4; ++i) {
-        words[i] = BytesOf(block)[2 * i] * 256U + BytesOf(block)[2 * i + 1];
-    }
-    auto& [a, b, c, d] = words;
+    const auto word_at = [&](std::size_t i) { return BytesOf(block)[2 * i] * 256U + BytesOf(block)[2 * i + 1]; };
+    unsigned a = word_at(0);
+    unsigned b = word_at(1);
+    unsigned c = word_at(2);
+    unsigned d = word_at(3);
     const unsigned short* key = keys.data();
     const auto layer = [&] {
         a = Product(a, *key++);
@@ -92,7 +92,7 @@ std::string PlainCipher(const std::string& block, const Schedule& keys)
     std::swap(b, c);
     layer();
     std::string result;
-    for (const unsigned word : words) {
+    for (const unsigned word : {a, b, c, d}) {
         result += static_cast<char>(word >> 8);
         result += static_cast<char>(word & 255);
     }
