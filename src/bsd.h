@@ -23,8 +23,8 @@ inline constexpr int BSD_BUFFER_SIZE = 60096; // bytes of a buffer of the transp
 struct bsd_db
 {
     int totlen;            // bytes of the dictionary and its head
-    unsigned hsize;        // slots of the hash table
-    std::uint8_t hshift;   // shift of a byte in the hash
+    unsigned hsize;        // entries of the dictionary
+    std::uint8_t hshift;   // not used
     std::uint8_t n_bits;   // width of the next code
     std::uint8_t maxbits;  // widest code
     std::uint8_t debug;    // not 0: say on standard output what is wrong with a packet
@@ -45,7 +45,7 @@ struct bsd_db
     unsigned comp_count; // packets in compressed form, and their bytes
     unsigned comp_bytes;
     std::uint16_t* lens; // length of the string of each code; in a decompressor only
-    bsd_dict* dict;      // hash table of the strings
+    bsd_dict* dict;      // the strings by code
 };
 
 // Null without memory. The states must be initialised before use and released with bsd_free.
