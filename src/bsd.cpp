@@ -100,6 +100,20 @@ bool bsd_check(bsd_state& state)
     return true;
 }
 
+void bsd_count_packet(bsd_state& state, unsigned plain, std::uint64_t compressed)
+{
+    ++state.seqno;
+    ++state.uncomp_count;
+    state.uncomp_bytes += plain;
+    if (compressed < plain) {
+        ++state.comp_count;
+        state.comp_bytes += static_cast<unsigned>(compressed);
+    } else {
+        ++state.incomp_count;
+        state.incomp_bytes += plain;
+    }
+}
+
 void bsd_strings::set_single_bytes()
 {
     for (unsigned byte = 0; byte < bsd_clear_code; ++byte) {

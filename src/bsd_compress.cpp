@@ -132,20 +132,6 @@ unsigned put_strings(bsd_state& state, const unsigned char* in, const unsigned c
     return string;
 }
 
-void count_packet(bsd_state& state, unsigned plain, std::uint64_t compressed)
-{
-    ++state.seqno;
-    ++state.uncomp_count;
-    state.uncomp_bytes += plain;
-    if (compressed < plain) {
-        ++state.comp_count;
-        state.comp_bytes += static_cast<unsigned>(compressed);
-    } else {
-        ++state.incomp_count;
-        state.incomp_bytes += plain;
-    }
-}
-
 std::uint64_t compress(bsd_state& state, const unsigned char* in, unsigned len, CodeWriter& writer)
 {
     const unsigned last_string = put_strings(state, in, in + len, writer);
@@ -159,7 +145,7 @@ std::uint64_t compress(bsd_state& state, const unsigned char* in, unsigned len, 
         ++state.n_bits;
     }
     writer.finish();
-    count_packet(state, len, writer.size());
+    bsd_count_packet(state, len, writer.size());
     return writer.size();
 }
 

@@ -73,7 +73,6 @@ public:
     {
         m_state.max_ent = m_max_ent;
         m_state.n_bits = static_cast<std::uint8_t>(m_n_bits);
-        count_packet(len);
         if (m_cleared) {
             bsd_clear(m_state);
         } else {
@@ -84,7 +83,7 @@ public:
                 std::printf("bsd_decomp%d: peer should have cleared dictionary on %hu\n", m_state.unit, m_state.seqno);
             }
         }
-        ++m_state.seqno;
+        bsd_count_packet(m_state, m_size, len);
     }
 
     [[nodiscard]] int expected_length() const { return static_cast<int>(m_size) + BSD_OVERHEAD; }
@@ -159,14 +158,6 @@ private:
             std::printf("bsd_decomp%d: bad code 0x%x oldcode=0x%x ", m_state.unit, code, m_previous);
             std::printf("max_ent=0x%x explen=%d seqno=%hu\n", m_max_ent, expected_length(), m_state.seqno);
         }
-    }
-
-    void count_packet(unsigned len)
-    {
-        ++m_state.uncomp_count;
-        m_state.uncomp_bytes += m_size;
-        ++m_state.comp_count;
-        m_state.comp_bytes += len;
     }
 
     // A last block may be written whole when the strings behind it are sure to cover the up to 7 bytes too many: that

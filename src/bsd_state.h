@@ -99,3 +99,7 @@ void bsd_clear(bsd_state& state);
 // Every 10000 plain bytes: clears a full dictionary that compresses worse than it did, and then returns true. Both ends
 // decide alike, as they count alike.
 [[nodiscard]] bool bsd_check(bsd_state& state);
+
+// Statistics of a packet. What a packet counts as depends on its two lengths alone, not on the form that it travelled
+// in, so the figures of both ends agree.
+void bsd_count_packet(bsd_state& state, unsigned plain, std::uint64_t compressed);
