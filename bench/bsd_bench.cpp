@@ -25,7 +25,7 @@ namespace {
 using record_like::Packet;
 
 constexpr std::size_t packet_size = 1500;
-constexpr std::size_t packet_count = 2000;
+constexpr std::size_t packet_count = 500;
 constexpr std::size_t plain_size = packet_count * packet_size;
 
 const std::vector<Packet> packets = record_like::packets(packet_count, packet_size);
@@ -197,7 +197,7 @@ void print_ratio(const char* what, Work peer, Work ours)
 {
     double best_peer = 1e9;
     double best_ours = 1e9;
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < 150; ++round) {
         best_peer = std::min(best_peer, seconds_of(peer));
         best_ours = std::min(best_ours, seconds_of(ours));
     }
