@@ -61,7 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const State decomp(bsd_decomp_alloc());
     bsd_comp_init(comp.get(), 0, 0, 0);
     bsd_decomp_init(decomp.get(), 0, 0, 0);
-    for (std::size_t at = 0; at + 2 <= size;) {
+    std::size_t total = 0; // enough for some CLEARs, and no more
+    for (std::size_t at = 0; at + 2 <= size && total < 50000;) {
         const unsigned form = data[at];
         const std::size_t len = std::min<std::size_t>(data[at + 1], size - at - 2);
         Bytes packet;
@@ -73,6 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         }
         send(comp, decomp, packet, (form & 1) != 0);
         at += 2 + len;
+        total += packet.size();
     }
     return 0;
 }

@@ -21,7 +21,7 @@ public:
 
     [[nodiscard]] unsigned take(unsigned width)
     {
-        const std::uint64_t at = m_bit / 8;
+        const auto at = static_cast<unsigned>(m_bit / 8);
         std::array<unsigned char, 8> bytes{};
         if (m_len - at >= bytes.size()) {
             std::memcpy(bytes.data(), m_in + at, bytes.size());

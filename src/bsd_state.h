@@ -12,15 +12,16 @@
 // byte (`prefix`) and by its last byte (`suffix`). Entries above the highest code in use mean nothing.
 struct bsd_dict
 {
+    struct Parts // as they lie on a little-endian machine
+    {
+        std::uint16_t prefix;
+        std::uint8_t suffix;
+        std::uint8_t pad;
+    };
     union
     {
         std::uint32_t fcode; // suffix * 65536 + prefix: the only member the coder uses
-        struct
-        {
-            std::uint16_t prefix; // the members as they lie on a little-endian machine
-            std::uint8_t suffix;
-            std::uint8_t pad;
-        } hs;
+        Parts hs;
     };
     std::uint16_t codem1; // the code minus 1, or bsd_free_entry
     std::uint16_t cptr;   // place in the hash table, for codes that stand there
