@@ -23,8 +23,8 @@ inline constexpr int BSD_BUFFER_SIZE = 60096; // bytes of a buffer of the transp
 struct bsd_db
 {
     int totlen;            // bytes of the dictionary and its head
-    unsigned hsize;        // slots of the hash table
-    std::uint8_t hshift;   // shift of a byte in the hash
+    unsigned hsize;        // entries of the dictionary
+    std::uint8_t hshift;   // not used
     std::uint8_t n_bits;   // width of the next code
     std::uint8_t maxbits;  // widest code
     std::uint8_t debug;    // not 0: say on standard output what is wrong with a packet
@@ -38,14 +38,14 @@ struct bsd_db
     unsigned ratio;        // best in_count * 256 / bytes_out seen with a full dictionary
     unsigned checkpoint;   // in_count of the next look at the ratio
     unsigned clear_count;  // CLEARs
-    unsigned incomp_count; // statistics: packets that did not shrink, and their bytes
+    unsigned incomp_count; // statistics: packets that are not shorter in compressed form, and their plain bytes
     unsigned incomp_bytes;
-    unsigned uncomp_count; // packets in plain form, and their bytes
+    unsigned uncomp_count; // all packets, and their plain bytes
     unsigned uncomp_bytes;
-    unsigned comp_count; // packets in compressed form, and their bytes
+    unsigned comp_count; // packets that are shorter, and their compressed bytes
     unsigned comp_bytes;
     std::uint16_t* lens; // length of the string of each code; in a decompressor only
-    bsd_dict* dict;      // hash table of the strings
+    bsd_dict* dict;      // the strings by code
 };
 
 // Null without memory. The states must be initialised before use and released with bsd_free.
@@ -53,13 +53,13 @@ void* bsd_comp_alloc();
 void* bsd_decomp_alloc();
 void bsd_free(void* state);
 
-// Empties the dictionary; on both ends at every connect. Returns 1. `unused` is not looked at.
+// Empties the dictionary; on both ends at every connect. Returns 1. `unused` is not looked at. The statistics go on.
 int bsd_comp_init(void* state, int unit, int unused, int debug);
 int bsd_decomp_init(void* state, int unit, int unused, int debug);
 
 // Compresses `len` bytes, advances the dictionary and returns the length of the output, which may exceed `len` by half
 // and some bytes. Bytes behind the first `room` of the output are counted and not written. `out` may be null: nothing
-// is written at all.
+// is written at all. An empty packet, or a negative length, is 0 bytes long and changes nothing.
 int bsd_compress(void* state, const unsigned char* in, unsigned char* out, int len, int room = BSD_BUFFER_SIZE);
 
 // Advances the dictionary as bsd_compress does, without output. Serves states of both directions.
