@@ -95,7 +95,7 @@ Line line_of(const CALC_MNUM* n)
             mark_decimals(layout, n, line);
         }
     });
-    at(line, point_at) = '.';
+    at(line, point_at) = GMDecPoint;
     return line;
 }
 

@@ -182,6 +182,12 @@ TEST_F(CalcPrint, StandsAtTheRightBehindBlanks)
     EXPECT_EQ(Print(Number("0.5"), 6, 2), "  0.50");
 }
 
+TEST_F(CalcPrint, WritesTheSetPoint)
+{
+    EXPECT_EQ(calc_set_decimal_point(','), 0);
+    EXPECT_EQ(Text(Number("12,5")), "12,500000000000");
+}
+
 TEST_F(CalcPrint, PutsTheMinusIntoTheFirstCharacter)
 {
     EXPECT_EQ(Print(Number("-1234.5"), 10, 2), "-  1234.50");

@@ -159,11 +159,16 @@ TEST_F(RsaPadding, ReversedTypeOneMustStopOnAZero)
     EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(61, 255) + Of(1, 1)), -9);
 }
 
-// Data that end like a reversed block are not told apart from one.
-TEST_F(RsaPadding, NormalTypeOneThatLooksReversedIsReadAsReversed)
+TEST_F(RsaPadding, NormalTypeOneWhoseDataEndLikeAReversedBlockIsReadAsNormal)
 {
     const Bytes session_key = Of(2, 255) + Of(15, 7) + Of(1, 1);
-    EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(43, 255) + Of(1, 0) + session_key), -9);
+    EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(43, 255) + Of(1, 0) + session_key), 18);
+    EXPECT_EQ(data, session_key);
+}
+
+// Data of a single 1: nothing tells it apart from a reversed block that holds bytes of 255.
+TEST_F(RsaPadding, BlockThatIsSoundInBothArrangementsIsReadAsReversed)
+{
     EXPECT_EQ(Opened_By_Public(Of(1, 1) + Of(60, 255) + Of(1, 0) + Of(1, 1)), 60);
     EXPECT_EQ(data, Of(60, 255));
 }

@@ -68,7 +68,7 @@ extern _KEY_NODE* Frst_KEY_NODE;
 // Opens the key file with its passphrase, moves the future key up when its day has come, and, if `new_password` is not
 // null, stores both records under that one. `equip` is this machine's identity, its first four bytes. The texts end
 // with a NUL. Returns 0, or: 5 write failed, 6 no such file or not to be written, 9 read failed, 10 wrong passphrase,
-// 11 the current key is empty.
+// 11 the current key is empty. Behind a failure no private number stays in memory.
 unsigned short crypt_init(const char* path, const char* equip, const char* password, const char* new_password);
 
 // Frees the list of keys; after a successful crypt_init also wipes all keys.

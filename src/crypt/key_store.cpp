@@ -167,14 +167,10 @@ void wipe_private_numbers(key_data& key)
     }
 }
 
-// Behind a failure nobody uses a private number or the passphrase's key, and crypt_end would not wipe them. Records
-// that were read well, with an empty key or a file that can't be written, still tell their public numbers.
-void wipe_what_failed(unsigned short result)
+// Behind a failure nobody uses a private number or the passphrase's key, and crypt_end would not wipe them. What tells
+// about the public numbers stays: a record with bad marks must not become one whose zeros agree.
+void wipe_what_failed()
 {
-    if (result != CRYPT_EMPTY_KEY && result != CRYPT_WRITE_FAILED) {
-        wipe_all_keys();
-        return;
-    }
     wipe_private_numbers(Actual_Key);
     wipe_private_numbers(Future_Key);
     Wipe(EK, sizeof EK);
@@ -223,7 +219,7 @@ unsigned short qapi::crypt_init(const char* path, const char* equip, const char*
     this_equip = machine_of(equip);
     init_value = open_store(path, password, new_password);
     if (init_value != 0) {
-        wipe_what_failed(init_value);
+        wipe_what_failed();
     }
     return init_value;
 }

@@ -8,7 +8,7 @@
 //   type 1, reversed                   when the last byte is 1 and those at distances 17 and 18 from back are 255,
 //                                      whatever the first one: looked for before the normal arrangement
 //     front                     -7     is 1; the data begin behind it
-//     back steps down           -9     over the 1 and the bytes of 255, and stops on a 0: the data end ahead of it
+//     back steps down           next   over the 1 and the bytes of 255, and stops on a 0: the data end ahead of it
 //   type 1, normal
 //     front                     -9     is 1
 //     the padding               -9     bytes of 255, also none, then a 0: the data begin behind it
@@ -21,8 +21,9 @@
 //     back steps down           -9     to the first 0: the data lie between front and it
 //     the data                  -9     at least 1 byte
 //
-// So a block of type 1 whose data happen to end like a reversed one is read as that, and mostly refused. A block of
-// fewer than 18 bytes has nothing at those distances and is never reversed.
+// A block of type 1 whose data happen to end like a reversed one (a session key of FF FF ... 01 does) is read as normal
+// when the way back does not end on a 0. A block of fewer than 18 bytes has nothing at those distances and is never
+// reversed.
 #include "crypt/rsa.h"
 
 #include "crypt/crypt.h"
@@ -206,7 +207,10 @@ Found reversed_private(Bytes block)
 Found unpad_private(Bytes block)
 {
     if (looks_reversed(block)) {
-        return reversed_private(block);
+        const Found found = reversed_private(block);
+        if (found.fault != RSA_BAD_PADDING) {
+            return found;
+        }
     }
     if (block.empty() || block.front() != type_private) {
         return bad_padding;

@@ -1,11 +1,12 @@
 // Stored vectors of the coders, and buffers that notice a write beside them.
 #pragma once
 
+#include "vector_file.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -45,16 +46,11 @@ inline Bytes FromPieces(const std::string& text)
 // The words of each line of a file of tests/data.
 inline std::vector<std::vector<std::string>> VectorLines(const std::string& name)
 {
-    std::ifstream file(std::string(TEST_DATA "/") + name);
-    EXPECT_TRUE(file.is_open()) << name;
     std::vector<std::vector<std::string>> lines;
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream words(line);
-        std::vector<std::string>& split = lines.emplace_back();
-        for (std::string word; words >> word;) {
-            split.push_back(word);
-        }
+    for (const std::string& line : read_lines(name)) {
+        lines.push_back(words_of(line));
     }
+    EXPECT_FALSE(lines.empty()) << name;
     return lines;
 }
 
