@@ -2,6 +2,7 @@
 // file; the rest is the configuration. Whatever they say, the reading ends with one of its codes, what it keeps is
 // terminated and within its tables, and a second reading ends like the first.
 #include "dcon.h"
+#include "memory_file.h"
 #include "qcapi/config.h"
 
 #include <algorithm>
@@ -12,8 +13,6 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
@@ -23,24 +22,6 @@ void require(bool holds)
         std::abort();
     }
 }
-
-// A file in memory, with a path to open it by.
-class MemoryFile
-{
-public:
-    explicit MemoryFile(std::string_view bytes) : m_file(memfd_create("config", 0))
-    {
-        require(write(m_file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
-    }
-    ~MemoryFile() { close(m_file); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    [[nodiscard]] std::string path() const { return "/proc/self/fd/" + std::to_string(m_file); }
-
-private:
-    int m_file;
-};
 
 void check_texts()
 {

@@ -118,10 +118,56 @@ TEST(LogReader, KnowsACutPacketFromACompressedBody)
 
     const std::string compressed = message_record("\0\x1f block"s, 31);
     entry = first_of(compressed, reader);
-    EXPECT_EQ(entry.form, LogEntry::Form::compressed);
+    EXPECT_EQ(entry.form, LogEntry::Form::unreadable);
     EXPECT_EQ(entry.label, "");
     EXPECT_EQ(entry.packet, "");
     EXPECT_EQ(entry.body, "\0\x1f block"s);
+}
+
+// Words 0 and 11 of a body of 96 bytes: the label "RM" and the packet "00042101".
+const std::string short_block =
+    "\x60"s + std::string(7, '\0') + "\0\0\0\0\0\0\x08\x01"s + std::string(24, '\0') + "RM\0\0\0\0\0\0"s + "00042101";
+
+TEST(LogReader, RestoresACompressedBody)
+{
+    std::unique_ptr<LogReader> reader;
+    const std::string record = message_record(short_block, 8);
+    const LogEntry entry = first_of(record, reader);
+    EXPECT_EQ(entry.form, LogEntry::Form::compressed);
+    EXPECT_EQ(entry.label, "RM");
+    EXPECT_EQ(entry.packet, "00042101");
+    EXPECT_EQ(entry.body, short_block);
+}
+
+TEST(LogReader, ABlockThatDoesNotGiveThePacketsLengthIsUnreadable)
+{
+    std::unique_ptr<LogReader> reader;
+    for (const std::string& record : {message_record(short_block, 9), message_record(short_block.substr(0, 55), 8)}) {
+        const LogEntry entry = first_of(record, reader);
+        EXPECT_EQ(entry.form, LogEntry::Form::unreadable);
+        EXPECT_EQ(entry.packet, "");
+    }
+}
+
+// 5 of 13 words are zero, which is what the 40 bytes of the block's header cost.
+TEST(LogReader, KnowsABlockThatIsAsLongAsItsBody)
+{
+    std::unique_ptr<LogReader> reader;
+    const std::string label(48, 'l');
+    const std::string block =
+        "\x68"s + std::string(7, '\0') + "\0\0\0\0\0\0\x18\x3f"s + std::string(24, '\0') + label + "packet of 16 byt";
+    ASSERT_EQ(block.size(), 104U);
+    const std::string record = message_record(block, 16);
+    const LogEntry entry = first_of(record, reader);
+    EXPECT_EQ(entry.form, LogEntry::Form::compressed);
+    EXPECT_EQ(entry.label, label);
+    EXPECT_EQ(entry.packet, "packet of 16 byt");
+
+    std::string other = message_body("h", "packet of 16 byt"); // begins with 104 as well
+    const std::string whole = message_record(other, 16);
+    const LogEntry stored = first_of(whole, reader);
+    EXPECT_EQ(stored.form, LogEntry::Form::whole);
+    EXPECT_EQ(stored.label, "h");
 }
 
 TEST(LogReader, LabelOf72CharactersEndsWhereThePaddingWouldBegin)

@@ -81,38 +81,6 @@ LogEntry::Form form_of(const Header& header)
     return is_cut ? LogEntry::Form::cut : LogEntry::Form::compressed;
 }
 
-void read_message(LogEntry& entry, const Header& header)
-{
-    entry.kind = LogEntry::Kind::message;
-    entry.form = form_of(header);
-    entry.packet_length = header.data_length;
-    if (entry.form != LogEntry::Form::compressed) {
-        const std::string_view label = entry.body.substr(LABEL, LOG_LABEL_LENGTH);
-        entry.label = label.substr(0, label.find('\0'));
-        entry.packet = entry.body.substr(PACKET);
-    }
-}
-
-// `bytes` begins with a sound record. A log that was translated to its expanded form has the message bit cleared, but
-// keeps the packet's length.
-void read_record(LogEntry& entry, std::string_view bytes)
-{
-    const Header header = load_header(bytes);
-    entry.length = header.pkt_length;
-    if (bytes[DATE] != '\0') {
-        entry.date = bytes.substr(DATE, DATE_WIDTH);
-        entry.hour = bytes.substr(HOUR, HOUR_WIDTH);
-    }
-    entry.priority = bytes[PRIORITY];
-    entry.source = bytes[SOURCE];
-    entry.body = bytes.substr(BODY, header.compressed_length);
-    if (header.status == STATUS_MESSAGE || header.data_length > 0) {
-        read_message(entry, header);
-    } else {
-        entry.text = entry.body;
-    }
-}
-
 } // namespace
 
 bool LogReader::next(LogEntry& entry)
@@ -129,9 +97,75 @@ bool LogReader::next(LogEntry& entry)
         skip_damage(entry, fault);
         return true;
     }
-    read_record(entry, ahead());
+    read_record(entry);
     m_lent = static_cast<std::size_t>(entry.length);
     return true;
+}
+
+// A sound record stands ahead. A log that was translated to its expanded form has the message bit cleared, but keeps
+// the packet's length.
+void LogReader::read_record(LogEntry& entry)
+{
+    const std::string_view bytes = ahead();
+    const Header header = load_header(bytes);
+    entry.length = header.pkt_length;
+    if (bytes[DATE] != '\0') {
+        entry.date = bytes.substr(DATE, DATE_WIDTH);
+        entry.hour = bytes.substr(HOUR, HOUR_WIDTH);
+    }
+    entry.priority = bytes[PRIORITY];
+    entry.source = bytes[SOURCE];
+    entry.body = bytes.substr(BODY, header.compressed_length);
+    if (header.status == STATUS_MESSAGE || header.data_length > 0) {
+        entry.form = form_of(header);
+        entry.packet_length = header.data_length;
+        read_message(entry);
+    } else {
+        entry.text = entry.body;
+    }
+}
+
+void LogReader::read_message(LogEntry& entry)
+{
+    entry.kind = LogEntry::Kind::message;
+    std::string_view plain = entry.body;
+    if (entry.form == LogEntry::Form::compressed || is_block_of_its_own_length(entry)) {
+        plain = restored(entry);
+        entry.form = plain.empty() ? LogEntry::Form::unreadable : LogEntry::Form::compressed;
+    }
+    if (!plain.empty()) {
+        const std::string_view label = plain.substr(LABEL, LOG_LABEL_LENGTH);
+        entry.label = label.substr(0, label.find('\0'));
+        entry.packet = plain.substr(PACKET);
+    }
+}
+
+// A block may be as long as what it was made from, and then only its bytes tell it from a body that is stored whole.
+bool LogReader::is_block_of_its_own_length(const LogEntry& entry)
+{
+    if (load_le<std::uint16_t>(entry.body.data()) != entry.body.size() || restored(entry).empty()) {
+        return false;
+    }
+    const unsigned length =
+        RLE_Compression(m_plain.data(), m_block.data(), static_cast<unsigned short>(entry.body.size()));
+    return std::equal(entry.body.begin(), entry.body.end(), m_block.begin(), m_block.begin() + length,
+                      [](char stored, unsigned char made) { return static_cast<unsigned char>(stored) == made; });
+}
+
+// Label, zeros and packet from a compressed body; empty if they don't come out of it.
+std::string_view LogReader::restored(const LogEntry& entry)
+{
+    if (entry.body.size() > m_block.size()) {
+        return {};
+    }
+    m_plain.fill(0); // the last word counts whole when it is compressed again
+    std::copy(entry.body.begin(), entry.body.end(), m_block.begin());
+    const unsigned length =
+        RLE_Decompression(m_block.data(), m_plain.data(), RLE_MAX_LEN, static_cast<int>(entry.body.size()));
+    if (length != std::uint64_t{PACKET} + entry.packet_length) {
+        return {};
+    }
+    return {reinterpret_cast<const char*>(m_plain.data()), length};
 }
 
 // Afterwards the longest record stands ahead, or all that is left.

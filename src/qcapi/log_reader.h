@@ -6,6 +6,7 @@
 #pragma once
 
 #include "log_layout.h"
+#include "rle.h"
 
 #include <array>
 #include <cstddef>
@@ -29,8 +30,9 @@ struct LogEntry
     enum class Form
     {
         whole,
-        cut,       // the packet's end did not fit the record
-        compressed // one block of zero-word suppression; label and packet don't stand in the clear
+        cut,        // the packet's end did not fit the record
+        compressed, // one block of zero-word suppression
+        unreadable  // looks like such a block and is none
     };
 
     Kind kind = Kind::text;
@@ -38,13 +40,14 @@ struct LogEntry
     std::uint64_t offset = 0; // of the entry's first byte in the input
     std::uint64_t length = 0; // bytes of the record with its newline, or bytes skipped
 
-    // Views hold until the next call of next().
+    // Views hold until the next call of next(). Label and packet are what was restored of a compressed body, and empty
+    // for an unreadable one.
     std::string_view date;   // YYYYMMDD; empty if the writer had no local time
     std::string_view hour;   // HHMMSS; likewise
     std::string_view body;   // everything between header and newline
     std::string_view text;   // text: the body
-    std::string_view label;  // message: without the zeros behind it; empty if compressed
-    std::string_view packet; // message: what the record holds of it; empty if compressed
+    std::string_view label;  // message: without the zeros behind it
+    std::string_view packet; // message: what the record holds of it
     char priority = 0;
     char source = 0;
     std::uint32_t packet_length = 0; // of the whole packet, as it was sent or received
@@ -70,9 +73,15 @@ private:
     [[nodiscard]] std::string_view ahead() const { return {m_buffer.data() + m_begin, m_end - m_begin}; }
     void fill();
     void drop(std::size_t count);
+    void read_record(LogEntry& entry);
+    void read_message(LogEntry& entry);
+    [[nodiscard]] bool is_block_of_its_own_length(const LogEntry& entry);
+    [[nodiscard]] std::string_view restored(const LogEntry& entry);
     void skip_damage(LogEntry& entry, const char* reason);
 
     Source m_source;
+    alignas(8) std::array<unsigned char, RLE_MAX_BLOCK> m_block{}; // a compressed body, and what was restored of it
+    alignas(8) std::array<unsigned char, RLE_MAX_LEN> m_plain{};
     std::array<char, buffer_size> m_buffer{};
     std::size_t m_begin = 0; // the bytes not handed out yet
     std::size_t m_end = 0;

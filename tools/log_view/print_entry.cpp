@@ -67,7 +67,7 @@ void append_lengths(std::string& line, const LogEntry& entry)
     line += " | packet " + std::to_string(entry.packet_length) + " bytes";
     if (entry.form == LogEntry::Form::cut) {
         line += ", cut to " + std::to_string(entry.packet.size());
-    } else if (entry.form == LogEntry::Form::compressed) {
+    } else if (entry.form == LogEntry::Form::compressed || entry.form == LogEntry::Form::unreadable) {
         line += ", compressed body of " + std::to_string(entry.body.size());
     }
 }
@@ -75,8 +75,8 @@ void append_lengths(std::string& line, const LogEntry& entry)
 void append_message(std::string& line, const LogEntry& entry)
 {
     line += "  message  ";
-    if (entry.form == LogEntry::Form::compressed) {
-        line += "(compressed body)";
+    if (entry.form == LogEntry::Form::unreadable) {
+        line += "(unreadable body)";
     } else {
         append_escaped(line, entry.label);
     }
