@@ -2,6 +2,7 @@
 // state as it was: a second receiver, to whom only the good ones are given, has the same strings and gets the same
 // data.
 #include "bsd.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,13 +18,6 @@ struct Free_State
 };
 using State = std::unique_ptr<void, Free_State>;
 using Bytes = std::vector<unsigned char>;
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 State receiver()
 {

@@ -2,6 +2,7 @@
 // The input is packets, each behind two bytes: the first tells the form (bit 0 set: sent plain) and how often the
 // packet is repeated inside itself (so that short inputs fill a dictionary), the second its length.
 #include "bsd.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,13 +19,6 @@ struct Free_State
 };
 using State = std::unique_ptr<void, Free_State>;
 using Bytes = std::vector<unsigned char>;
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 auto shared(const State& state)
 {

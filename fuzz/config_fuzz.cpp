@@ -4,24 +4,17 @@
 #include "dcon.h"
 #include "memory_file.h"
 #include "qcapi/config.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void check_texts()
 {

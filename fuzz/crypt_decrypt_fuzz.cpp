@@ -2,22 +2,15 @@
 // the frame and behind it; the rest is the buffer. Nothing outside the frame changes, the result lies between 0 and its
 // length, and a second decryption of the same bytes gives the same.
 #include "crypt/crypt.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 constexpr unsigned short forms[] = {IDEA_ENCRYPT, RSA_ENCRYPT, IDEA_DIRECT, 0};
 

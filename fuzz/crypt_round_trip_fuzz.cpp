@@ -1,20 +1,13 @@
 // Any data, encrypted and decrypted. The first byte chooses the form, the second the start; the rest is the data. They
 // come back, the growth is what both calls say, and nothing outside is touched. More than a frame holds becomes zeros.
 #include "crypt/crypt.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 constexpr char guard = '#';
 constexpr std::size_t guards = 16;

@@ -2,10 +2,10 @@
 // the store are all different, none is 0, at most ten are new, and the last one seen has the numbers of its last entry.
 #include "crypt/crypt.h"
 #include "crypt/key_store.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -13,13 +13,6 @@
 #include <string>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 using Bytes = std::string;
 

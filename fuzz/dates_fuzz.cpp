@@ -1,9 +1,9 @@
 // Build dates and hours of any text: the output keeps to its size, and holds what the input has, in its order.
 #include "qcapi/support.h"
+#include "require.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -19,13 +19,6 @@ std::string changed(void (*change)(const char*, char*), const std::string& input
     std::memset(output.get(), '#', output_size);
     change(exact_input.get(), output.get());
     return {output.get(), strnlen(output.get(), output_size)};
-}
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
 }
 
 } // namespace

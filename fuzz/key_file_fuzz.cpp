@@ -5,21 +5,14 @@
 // does no harm, whatever its numbers are.
 #include "crypt/crypt.h"
 #include "memory_file.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 constexpr const char* passphrase = "secret";
 constexpr const char* changed_passphrase = "better";

@@ -1,20 +1,13 @@
 // Any bytes read as a running log: the entries cover the input without a gap, no view leaves its record, and an input
 // that arrives in crumbs reads like one that arrives whole.
 #include "qcapi/log_reader.h"
+#include "require.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <string>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 LogReader::Source crumbs_of(std::string_view input, std::size_t size)
 {

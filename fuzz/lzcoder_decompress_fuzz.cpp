@@ -1,21 +1,10 @@
 // Any bytes as a stream: nothing is read behind them nor written behind the room, and a room of just the result's
 // length gives the same result.
 #include "lzcoder.h"
+#include "require.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {

@@ -1,21 +1,10 @@
 // Any input returns intact, through buffers of just the size that is asked for. Byte 0 of the fuzzer's input tells how
 // often the rest is repeated, so that runs and far references come up.
 #include "lzcoder.h"
+#include "require.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <vector>
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {

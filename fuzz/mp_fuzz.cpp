@@ -1,18 +1,11 @@
 // Every operation gives what Boost's integers give, at any precision. Byte 0 is the precision, byte 1 the operation;
 // the rest is cut into three numbers of equal length, little-endian.
 #include "../tests/support/mp_operand.h"
+#include "require.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 struct Case
 {

@@ -1,10 +1,10 @@
 // Any bytes as a block: refused, with the output untouched, or restored inside the output; and what is restored gives
 // the same words again when it is compressed.
+#include "require.h"
 #include "rle.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -13,13 +13,6 @@ namespace {
 using Words = std::vector<std::uint64_t>;
 
 constexpr std::uint64_t untouched = 0xE5E5E5E5E5E5E5E5;
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 unsigned char* bytes_of(Words& words)
 {

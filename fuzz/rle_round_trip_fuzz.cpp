@@ -1,22 +1,15 @@
 // Any block of up to 2048 bytes returns intact, and its compressed form has the length that its words tell.
+#include "require.h"
 #include "rle.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 namespace {
 
 using Words = std::vector<std::uint64_t>;
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 unsigned char* bytes_of(Words& words)
 {

@@ -4,10 +4,10 @@
 // length and its bytes, zeros where the input ends.
 #include "crypt/merritt.h"
 #include "crypt/rsa.h"
+#include "require.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -17,13 +17,6 @@ using Number = std::vector<unit>; // of exactly the units in use
 
 constexpr unsigned char untouched = 0x5A;
 constexpr std::size_t longest_exponent = 8; // bytes: powers are slow, and their length is no matter here
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 constexpr unsigned transparent_precision = 18;
 
