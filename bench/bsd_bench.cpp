@@ -5,6 +5,7 @@
 // dictionary to look in. The LZ coder has a figure of its own and no peer: nothing sends what it makes.
 #include "bsd.h"
 #include "lzcoder.h"
+#include "ratio.h"
 #include "record_like.h"
 
 #include <archive.h>
@@ -14,7 +15,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -185,24 +185,11 @@ BENCHMARK_CAPTURE(run, bsd_decompress, bsd_decompress_all);
 BENCHMARK_CAPTURE(run, libarchive_compress_filter, archive_decompress_all);
 BENCHMARK_CAPTURE(run, lz_compression, lz_compress_all);
 
-double seconds_of(Work work)
+void print_packets_ratio(const char* what, Work peer, Work ours)
 {
-    const auto start = std::chrono::steady_clock::now();
-    benchmark::DoNotOptimize(work());
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// The two take turns, so that a busy machine slows both; the best round of each counts.
-void print_ratio(const char* what, Work peer, Work ours)
-{
-    double best_peer = 1e9;
-    double best_ours = 1e9;
-    for (int round = 0; round < 150; ++round) {
-        best_peer = std::min(best_peer, seconds_of(peer));
-        best_ours = std::min(best_ours, seconds_of(ours));
-    }
-    std::printf("ratio %s = %.2f (%.0f and %.0f MB/s)\n", what, best_peer / best_ours, plain_size / best_peer / 1e6,
-                plain_size / best_ours / 1e6);
+    print_ratio(
+        {.what = what, .bound = "wanted: 1.5", .bytes = plain_size}, [peer] { benchmark::DoNotOptimize(peer()); },
+        [ours] { benchmark::DoNotOptimize(ours()); });
 }
 
 } // namespace
@@ -211,7 +198,7 @@ int main(int argument_count, char** arguments)
 {
     benchmark::Initialize(&argument_count, arguments);
     benchmark::RunSpecifiedBenchmarks();
-    print_ratio("bsd compress: zlib / bsd_compress", zlib_compress_all, bsd_compress_all);
-    print_ratio("bsd decompress: libarchive / bsd_decompress", archive_decompress_all, bsd_decompress_all);
+    print_packets_ratio("bsd compress: zlib / bsd_compress", zlib_compress_all, bsd_compress_all);
+    print_packets_ratio("bsd decompress: libarchive / bsd_decompress", archive_decompress_all, bsd_decompress_all);
     return 0;
 }

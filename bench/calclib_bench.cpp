@@ -1,6 +1,7 @@
 // Decimal arithmetic beside the compiler's own 128-bit decimals and Boost's decimal numbers, over operands of 24
 // digits. After the figures comes one line an operation: how many times the peer's time ours goes into.
 #include "calclib.h"
+#include "ratio.h"
 
 #include <benchmark/benchmark.h>
 #include <boost/multiprecision/cpp_dec_float.hpp>
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -160,27 +160,12 @@ BENCHMARK(run<boost_print>)->Name("cpp_dec_float print");
 
 using Pass = void (*)(const std::vector<Operand>& a, const std::vector<Operand>& b);
 
-// Nanoseconds of one pass over the operands.
-double pass_time(Pass pass, const std::vector<Operand>& a, const std::vector<Operand>& b)
+void print_pass_ratio(const char* what, const char* bound, Pass peer, Pass ours, const std::vector<Operand>& a,
+                      const std::vector<Operand>& b)
 {
-    const auto start = std::chrono::steady_clock::now();
-    pass(a, b);
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
-}
-
-// The best of many rounds; the two take turns, so that both have the machine in the same mood.
-void print_ratio(const char* name, const char* peer_name, Pass our_pass, Pass peer_pass, const std::vector<Operand>& a,
-                 const std::vector<Operand>& b)
-{
-    double our_best = 1e12;
-    double peer_best = 1e12;
-    for (int round = 0; round < 400; ++round) {
-        our_best = std::min(our_best, pass_time(our_pass, a, b));
-        peer_best = std::min(peer_best, pass_time(peer_pass, a, b));
-    }
-    const double count = operands;
-    std::printf("ratio %s: %s / ours = %.2f (%.1f ns / %.1f ns)\n", name, peer_name, peer_best / our_best,
-                peer_best / count, our_best / count);
+    print_ratio(
+        {.what = what, .bound = bound, .operations = operands, .rounds = 401}, [&] { peer(a, b); },
+        [&] { ours(a, b); });
 }
 
 #ifdef HAVE_DECIMAL128
@@ -215,13 +200,16 @@ BENCHMARK(run<peer_compare>)->Name("_Decimal128 compare");
 
 void print_arithmetic()
 {
-    const char* peer = "_Decimal128";
-    print_ratio("calc_add", peer, run_all<ours<calc_add>>, run_all<peer_add>, left, right);
-    print_ratio("calc_mul", peer, run_all<ours<calc_mul>>, run_all<peer_multiply>, left, right);
-    print_ratio("calc_mul, product fits", peer, run_all<ours<calc_mul>>, run_all<peer_multiply>, small_left,
-                small_right);
-    print_ratio("calc_div", peer, run_all<ours<calc_div>>, run_all<peer_divide>, left, right);
-    print_ratio("calc_cmp", peer, run_all<ours_compare>, run_all<peer_compare>, left, right);
+    print_pass_ratio("add: _Decimal128 / calc_add", "wanted: 1.3", run_all<peer_add>, run_all<ours<calc_add>>, left,
+                     right);
+    print_pass_ratio("multiply: _Decimal128 / calc_mul", "wanted: 2", run_all<peer_multiply>, run_all<ours<calc_mul>>,
+                     left, right);
+    print_pass_ratio("multiply 16 digits: _Decimal128 / calc_mul", "to know", run_all<peer_multiply>,
+                     run_all<ours<calc_mul>>, small_left, small_right);
+    print_pass_ratio("divide: _Decimal128 / calc_div", "wanted: 0.8", run_all<peer_divide>, run_all<ours<calc_div>>,
+                     left, right);
+    print_pass_ratio("compare: _Decimal128 / calc_cmp", "wanted: 1.3", run_all<peer_compare>, run_all<ours_compare>,
+                     left, right);
 }
 
 #else
@@ -240,7 +228,9 @@ int main(int argument_count, char** arguments)
     benchmark::Initialize(&argument_count, arguments);
     benchmark::RunSpecifiedBenchmarks();
     print_arithmetic();
-    print_ratio("calc_stom", "cpp_dec_float", run_all<ours_parse>, run_all<boost_parse>, left, right);
-    print_ratio("calc_mtos", "cpp_dec_float", run_all<ours_print>, run_all<boost_print>, left, right);
+    print_pass_ratio("parse: cpp_dec_float / calc_stom", "wanted: 5", run_all<boost_parse>, run_all<ours_parse>, left,
+                     right);
+    print_pass_ratio("print: cpp_dec_float / calc_mtos", "wanted: 12", run_all<boost_print>, run_all<ours_print>, left,
+                     right);
     return 0;
 }

@@ -7,7 +7,6 @@
 
 All bytes in hex, "-" for none, and for a key that is not needed.
 """
-import pathlib
 import random
 
 import make_idea_vectors as idea
@@ -174,5 +173,5 @@ def lines():
 
 
 if __name__ == "__main__":
-    target = pathlib.Path(__file__).with_name("crypt_vectors.txt")
-    target.write_text("\n".join(lines()) + "\n")
+    print("
+".join(lines()))

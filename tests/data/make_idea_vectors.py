@@ -8,7 +8,6 @@
 
 All in hex; sub-keys as big-endian words.
 """
-import pathlib
 import random
 
 MODULUS = 65537
@@ -118,5 +117,5 @@ def lines():
 
 
 if __name__ == "__main__":
-    target = pathlib.Path(__file__).with_name("idea_vectors.txt")
-    target.write_text("\n".join(lines()) + "\n")
+    print("
+".join(lines()))

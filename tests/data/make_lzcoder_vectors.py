@@ -5,7 +5,6 @@
 
 OUT is hex. PLAIN is pieces joined by "+", each of them hex or hex*COUNT; "-" is the empty input.
 """
-import os
 import random
 
 
@@ -90,9 +89,8 @@ def main():
     text = bytes(random_.choice(b"etaoin shrdlu") for _ in range(1500))
     add(lines, (text, 27))  # references to positions above 32767
     add(lines, (text, 43))
-    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "lzcoder_vectors.txt")
-    with open(path, "w") as file:
-        file.write("\n".join(lines) + "\n")
+    print("
+".join(lines))
 
 
 main()

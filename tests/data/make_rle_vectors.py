@@ -5,7 +5,6 @@
 
 PLAIN and BLOCK are hex. PLAIN is given up to the end of its last word: the bytes behind LENGTH count.
 """
-import os
 import random
 
 
@@ -41,9 +40,8 @@ def main():
         for share in (0, 0.1, 0.7) if 600 < length < 2048 else (0, 0.1, 0.6, 1):
             plain = plain_of(random_, length, share)
             lines.append("block %d %s %s" % (length, plain.hex() or "-", compress(length, plain).hex()))
-    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "rle_vectors.txt")
-    with open(path, "w") as file:
-        file.write("\n".join(lines) + "\n")
+    print("
+".join(lines))
 
 
 main()
