@@ -140,8 +140,7 @@ def main():
     assert stream(lines, 2, [noise], 30, 1000) > 0
     assert stream(lines, 3, [records, words, equal, noise, noise], 40, 1400) > 0
     stream(lines, 4, [equal], 30, 700)
-    print("
-".join(lines))
+    print("\n".join(lines))
 
 
 main()

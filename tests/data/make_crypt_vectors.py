@@ -173,5 +173,4 @@ def lines():
 
 
 if __name__ == "__main__":
-    print("
-".join(lines()))
+    print("\n".join(lines()))

@@ -117,5 +117,4 @@ def lines():
 
 
 if __name__ == "__main__":
-    print("
-".join(lines()))
+    print("\n".join(lines()))

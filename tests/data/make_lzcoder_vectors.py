@@ -89,8 +89,7 @@ def main():
     text = bytes(random_.choice(b"etaoin shrdlu") for _ in range(1500))
     add(lines, (text, 27))  # references to positions above 32767
     add(lines, (text, 43))
-    print("
-".join(lines))
+    print("\n".join(lines))
 
 
 main()

@@ -40,8 +40,7 @@ def main():
         for share in (0, 0.1, 0.7) if 600 < length < 2048 else (0, 0.1, 0.6, 1):
             plain = plain_of(random_, length, share)
             lines.append("block %d %s %s" % (length, plain.hex() or "-", compress(length, plain).hex()))
-    print("
-".join(lines))
+    print("\n".join(lines))
 
 
 main()
