@@ -20,6 +20,9 @@ set(QAPI_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/qapi.exports)
 set_target_properties(qapi_shared PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
                                              LINK_DEPENDS ${QAPI_EXPORTS})
 target_link_options(qapi_shared PRIVATE -Wl,--version-script=${QAPI_EXPORTS})
+# All names are bound when the library is loaded: a function that is bound at its first call has the registers of that
+# moment, keys among them, copied to the stack by the linker. And what is bound can be made read-only.
+target_link_options(qapi_shared PRIVATE -Wl,-z,relro,-z,now)
 if(NOT QAPI_SANITIZE) # a sanitizer's own functions are left to the host program
   target_link_options(qapi_shared PRIVATE -Wl,-z,defs)
 endif()

@@ -8,9 +8,9 @@
 //           of roundings
 //   8       not used
 //
-// The functions touch words 0 to 7 and allocate nothing. The result of an operation on two numbers replaces the second
-// one; both may be the same array. Words outside 0 to 9999, which a peer may send, give some number and no harm; in a
-// text they show as '#'.
+// The functions touch words 0 to 7 and allocate nothing; with another precision words 0 to GMNtDigD4, so an array for
+// any of them has CALC_MXELEMD4 + 1. The result of an operation on two numbers replaces the second one; both may be the
+// same array. Words outside 0 to 9999, which a peer may send, give some number and no harm; in a text they show as '#'.
 //
 // Any thread may call any function; the precision and the decimal point are set before threads start.
 #pragma once
@@ -99,8 +99,8 @@ void calc_mtos(const CALC_MNUM* n, char* text, short len, short decs, int plus, 
 
 // ---- Rounding and comparison -----------------------------------------------------------------------------------
 
-// Rounds half up in magnitude at `decs` decimals, looking at one digit. What stands behind stays unless it is rounded
-// up or `cut` is not 0.
+// Rounds half up in magnitude at `decs` decimals, looking at one digit. Behind that place digits stay as they are, but
+// for those of the same word when it is rounded up, and for all of them if `cut` is not 0.
 void calc_redondear(CALC_MNUM* n, short decs, int cut);
 
 // Keeps `decs` decimals. Returns 0.

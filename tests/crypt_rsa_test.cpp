@@ -1,4 +1,5 @@
 #include "crypt/crypt.h"
+#include "crypt/rsa.h"
 
 #include "guarded_frame.h"
 #include "hex.h"
@@ -169,6 +170,45 @@ TEST_F(CryptRsa, AnOwnKeyThatFailsIsNotUsed)
     Actual_Key.v_n[15] = 0; // no longer a 512-bit modulus, but its numbers are those of one
     std::fill(std::begin(Actual_Key.v_n) + 4, std::end(Actual_Key.v_n), 0U);
     ExpectUnprotected(Frame("hello", machine_b));
+}
+
+TEST_F(CryptRsa, AnOwnModulusOfMoreThan512BitsIsNotUsed)
+{
+    for (const int unit_above : {16, MAX_UNIT_PRECISION - 1}) {
+        Actual_Key.v_n[unit_above] = 1;
+        ExpectUnprotected(Frame("hello", machine_b));
+        Actual_Key.v_n[unit_above] = 0;
+    }
+    EXPECT_EQ(Frame("hello", machine_b).size(), 76U + 8U);
+}
+
+TEST_F(CryptRsa, ReceptionNeedsKeysAndNoSuccessfulInit)
+{
+    const std::string frame = Frame("hello", machine_a);
+    init_value = 5;
+    EXPECT_EQ(Received(frame, 79), "hello");
+}
+
+// "hello" under a protected key, the inner layer over `length` bytes.
+std::string HandMadeFrame(unsigned length)
+{
+    const std::string key = "0123456789abcdef";
+    const std::string inner = key + key.substr(2, 2) + "more";
+    unsigned char block[18 * sizeof(unit)] = {};
+    std::copy(inner.begin(), inner.end(), block);
+    const key_data& own = Actual_Key;
+    global_precision = 18;
+    EXPECT_EQ(rsa_private_encrypt(block, block, length, own.v_e, own.v_d, own.v_p, own.v_q, own.v_u, own.v_n), 0);
+    const std::string rest(block + 60, block + 64);
+    EXPECT_EQ(rsa_public_encrypt(block, block, 60, own.v_e, own.v_n), 0);
+    return FromHex("eaeb") + LittleEndian(machine_a) + FromHex("0500") + std::string(block, block + 64) + rest +
+           Encrypted(std::string("hello\0\0\0", 8), key);
+}
+
+TEST_F(CryptRsa, TheInnerLayerHoldsKeyAndCheckWordAndNoMore)
+{
+    EXPECT_EQ(Received(HandMadeFrame(18), 79), "hello");
+    EXPECT_EQ(Received(HandMadeFrame(19), 79), std::string(5, '\0'));
 }
 
 TEST_F(CryptRsa, TheHeaderIsAsWideAsItsKeysWhateverPrecisionWasInForce)

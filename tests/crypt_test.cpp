@@ -9,6 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -69,6 +71,43 @@ TEST_F(Crypt, FiveBytesInTheDirectFormGrowByTwentyThree)
     EXPECT_EQ(frame.Decrypt(IDEA_DIRECT), 23);
     EXPECT_EQ(frame.Data(), "hello");
     EXPECT_TRUE(frame.GuardsIntact());
+}
+
+// First FF FF .. 01, which a padded block must not end in, as often as `bad_keys_left` tells; then all 11.
+int bad_keys_left = 0;
+void SuspiciousBytes(void* target, std::size_t count)
+{
+    auto* bytes = static_cast<unsigned char*>(target);
+    std::fill_n(bytes, count, static_cast<unsigned char>(0x11));
+    if (bad_keys_left-- > 0) {
+        bytes[0] = bytes[1] = 0xFF;
+        bytes[3] = 0x01;
+    }
+}
+
+TEST_F(Crypt, AKeyThatWouldEndLikeAReversedBlockIsDrawnAgain)
+{
+    system.calls.random_bytes = SuspiciousBytes;
+    bad_keys_left = 2;
+    EXPECT_EQ(ToHex(Frame(IDEA_DIRECT, "hello")).substr(4, 8), "11111111");
+    EXPECT_EQ(bad_keys_left, -1);
+}
+
+TEST_F(Crypt, ASourceThatRepeatsItselfIsTakenAsItIs)
+{
+    system.calls.random_bytes = SuspiciousBytes;
+    bad_keys_left = 1000;
+    EXPECT_EQ(ToHex(Frame(IDEA_DIRECT, "hello")).substr(4, 8), "ffff1101");
+}
+
+TEST_F(Crypt, NoBytesAtAllAreNoFrame)
+{
+    char nothing = '#';
+    for (const unsigned short form : {IDEA_ENCRYPT, RSA_ENCRYPT, IDEA_DIRECT}) {
+        EXPECT_EQ(crypt_decrypt_data(0, nullptr, form, 0, 0), 0);
+        EXPECT_EQ(crypt_decrypt_data(0, &nothing, form, 0, 0), 0);
+    }
+    EXPECT_EQ(nothing, '#');
 }
 
 TEST_F(Crypt, TheRsaFormWithoutAStoreSendsAnUnprotectedKey)

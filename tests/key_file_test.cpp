@@ -18,6 +18,8 @@ const std::string today = "14112023";
 const std::string tomorrow = "15112023";
 const std::string no_future(1600, 'x'); // as good as random: decrypted, its marks differ
 
+const unsigned short init_value_at_start = init_value; // before any fixture sets it
+
 bool NothingPrivate()
 {
     const auto wiped = [](const key_data& key) {
@@ -37,7 +39,7 @@ protected:
 
 TEST_F(KeyFile, ResultIsElevenBeforeTheFirstInit)
 {
-    EXPECT_EQ(init_value, 11);
+    EXPECT_EQ(init_value_at_start, 11);
 }
 
 TEST_F(KeyFile, OpensWithItsPassphrase)
@@ -202,9 +204,18 @@ TEST_F(KeyFile, AFailedInitLeavesNoPrivateKeyOfAnEarlierOne)
 {
     WriteCurrentAndFuture(future_in_2024);
     ASSERT_EQ(Init(), 0);
+    EXPECT_EQ(Init("Secret"), 10);
+    EXPECT_TRUE(NothingPrivate());
+}
+
+TEST_F(KeyFile, AMissingFileLeavesTheKeysOfAnEarlierInit)
+{
+    WriteCurrentAndFuture(future_in_2024);
+    ASSERT_EQ(Init(), 0);
     EXPECT_EQ(crypt_init("no such file", "EQ01", "secret", nullptr), 6);
     EXPECT_EQ(init_value, 6);
-    EXPECT_TRUE(NothingPrivate());
+    EXPECT_EQ(PublicKey(0), PublicKeyOf(key_of_a, "20030201", "EQ01"));
+    EXPECT_FALSE(NothingPrivate());
 }
 
 TEST_F(KeyFile, OnlySixteenBytesOfAPassphraseCount)
@@ -337,6 +348,7 @@ TEST_F(KeyFile, AFailedChangeOfThePassphraseIsFive)
 {
     WriteCurrentAndFuture(future_in_2024);
     EXPECT_EXIT(InitUnderAFileLimit(3000, "better"), testing::ExitedWithCode(5), "");
+    EXPECT_EQ(CurrentRecord(), current_record); // the future record comes first
 }
 
 } // namespace

@@ -95,11 +95,21 @@ bool idea_is_wanted()
     return wanted;
 }
 
+// The key file has room for longer moduli than a header has.
+bool fits_a_header(const unit (&modulus)[MAX_UNIT_PRECISION])
+{
+    return std::all_of(modulus + MAX_UNIT_PRECISION_512, modulus + MAX_UNIT_PRECISION,
+                       [](unit upper) { return upper == 0; });
+}
+
 // First with the own private key, so that the other machine knows who speaks; then with the other's public key.
 bool protect_key(Header& header, const _KEY_NODE& receiver)
 {
-    global_precision = CRYPT_PRECISION;
     const key_data& own = Actual_Key;
+    if (!fits_a_header(own.v_n)) {
+        return false;
+    }
+    global_precision = CRYPT_PRECISION;
     if (rsa_private_encrypt(header.key(), header.key(), KEY_CRYPTED_SIZE, own.v_e, own.v_d, own.v_p, own.v_q, own.v_u,
                             own.v_n) < 0) {
         return false;
@@ -126,11 +136,29 @@ void try_to_protect_key(Header& header, std::uint32_t dest)
     }
 }
 
+// A session key, with its check word behind it, that ends a padded block like one of the reversed arrangement: 1 as the
+// last byte, 255 at distances 17 and 18 from the end. Its reader could take it for that.
+bool looks_reversed(const unsigned char* key)
+{
+    return key[0] == 255 && key[1] == 255 && key[3] == 1;
+}
+
+void draw_key(unsigned char* key)
+{
+    constexpr int tries = 4; // a source that repeats itself must not hold us
+    for (int i = 0; i < tries; ++i) {
+        System().random_bytes(key, IDEAKEYSIZE);
+        if (!looks_reversed(key)) {
+            return;
+        }
+    }
+}
+
 // A header with a new session key, which is also expanded into EK.
 void fill_header(Header& header, std::uint32_t dest, unsigned short form, int length)
 {
     header.set_len(length);
-    System().random_bytes(header.key(), IDEAKEYSIZE);
+    draw_key(header.key());
     header.set_check();
     ideaExpandKey(header.key(), EK);
     if (form == IDEA_ENCRYPT) {

@@ -66,9 +66,10 @@ extern unsigned short init_value; // result of crypt_init; 11 before the first o
 extern _KEY_NODE* Frst_KEY_NODE;
 
 // Opens the key file with its passphrase, moves the future key up when its day has come, and, if `new_password` is not
-// null, stores both records under that one. `equip` is this machine's identity, its first four bytes. The texts end
-// with a NUL. Returns 0, or: 5 write failed, 6 no such file or not to be written, 9 read failed, 10 wrong passphrase,
-// 11 the current key is empty. Behind a failure no private number stays in memory.
+// null, stores both records under that one. `equip` is this machine's identity, a text of which the first four bytes
+// count, zeros behind a shorter one; with an empty one no key can be protected. Returns 0, or: 5 write failed, 6 no
+// such file or not to be written, 9 read failed, 10 wrong passphrase, 11 the current key is empty. When a file that was
+// opened fails, no private number stays in memory, not even of an earlier call.
 unsigned short crypt_init(const char* path, const char* equip, const char* password, const char* new_password);
 
 // Frees the list of keys; after a successful crypt_init also wipes all keys.
@@ -79,8 +80,8 @@ void crypt_end();
 void crypt_set_keys(const char* list);
 
 // Encrypts data[start, end) in place and returns the bytes it grew by, at most CRYPT_MAX_GROWTH, which must be free
-// behind `end`. Padding is zero. More than MAX_BUFF_LEN bytes, or an end before the start, are not encrypted and must
-// not leave in the clear: they become zeros, result 0.
+// behind `end`. Padding is zero. More than MAX_BUFF_LEN bytes can't be encrypted and must not leave in the clear: they
+// become zeros, result 0. An end before the start, and IDEA_ENCRYPT that is not wanted, change nothing, result 0.
 int crypt_encrypt_data(unsigned dest, char* data, unsigned short form, unsigned short start, unsigned short end);
 
 // Decrypts data[start, end) in place and returns the bytes it shrank by, never more than there are. Data that can't be

@@ -169,12 +169,12 @@ QAPI_LANES_TARGET void qapi::idea::invert_in_lanes(Inverses& words)
 {
     constexpr std::size_t registers = std::tuple_size_v<Inverses> / lanes;
     __m128i powers[registers];
+    __m128i shifted[registers];
     for (std::size_t i = 0; i < registers; ++i) {
         powers[i] = load(&words[i * lanes]);
     }
     // 2^n - 1 ones in binary: n squarings and a product double them.
     for (int ones = 1; ones < 16; ones *= 2) {
-        __m128i shifted[registers];
         for (std::size_t i = 0; i < registers; ++i) {
             shifted[i] = powers[i];
         }
@@ -190,6 +190,8 @@ QAPI_LANES_TARGET void qapi::idea::invert_in_lanes(Inverses& words)
     for (std::size_t i = 0; i < registers; ++i) {
         store(&words[i * lanes], powers[i]);
     }
+    Wipe(powers, sizeof powers);
+    Wipe(shifted, sizeof shifted);
 }
 
 #else

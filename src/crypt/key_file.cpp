@@ -23,6 +23,7 @@ constexpr std::size_t texts_size = offsetof(key_data, v_n);
 unit load_unit(const unsigned char* bytes)
 {
     char copy[sizeof(unit)];
+    const WipedAtEnd wipe_copy(copy);
     std::memcpy(copy, bytes, sizeof copy);
     return load_le<unit>(copy);
 }
@@ -30,6 +31,7 @@ unit load_unit(const unsigned char* bytes)
 void store_unit(unsigned char* bytes, unit value)
 {
     char copy[sizeof(unit)];
+    const WipedAtEnd wipe_copy(copy);
     store_le(copy, value);
     std::memcpy(bytes, copy, sizeof copy);
 }
@@ -97,7 +99,7 @@ void qapi::crypt_gen_EKDK(const char* password)
     ideaInvertKey(EK, DK);
 }
 
-qapi::Key_File::Key_File(const char* path) : m_file(std::fopen(path, "rb+")) {}
+qapi::Key_File::Key_File(const char* path) : m_file(std::fopen(path, "rb+e")) {}
 
 bool qapi::Key_File::read(long offset, key_data& key)
 {

@@ -35,7 +35,7 @@ void crypt_gen_EKDK(const char* password);
 class Key_File
 {
 public:
-    explicit Key_File(const char* path);
+    explicit Key_File(const char* path); // closed on exec: a child has no business with it
 
     [[nodiscard]] bool is_open() const { return m_file != nullptr; }
 

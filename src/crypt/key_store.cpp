@@ -167,8 +167,8 @@ void wipe_private_numbers(key_data& key)
     }
 }
 
-// Behind a failure nobody uses a private number or the passphrase's key, and crypt_end would not wipe them. What tells
-// about the public numbers stays: a record with bad marks must not become one whose zeros agree.
+// Behind a failure nobody uses a private number or the passphrase's key, and crypt_end would not wipe them. What is
+// told about the public numbers stays: a record with bad marks must not become one whose zeros agree.
 void wipe_what_failed()
 {
     wipe_private_numbers(Actual_Key);
@@ -218,7 +218,7 @@ unsigned short qapi::crypt_init(const char* path, const char* equip, const char*
 {
     this_equip = machine_of(equip);
     init_value = open_store(path, password, new_password);
-    if (init_value != 0) {
+    if (init_value != 0 && init_value != CRYPT_NO_FILE) {
         wipe_what_failed();
     }
     return init_value;

@@ -29,7 +29,7 @@ cd "$scratch"
 
 fail() {
     echo "FAILED: $*"
-    tail -n 20 ./*.log 2>/dev/null || true
+    tail -n 20 server.log client.log 2>/dev/null || true
     exit 1
 }
 
@@ -48,11 +48,11 @@ configure() { # file, result, NAME=VALUE...
     done
 }
 
-# Until the condition holds, while the child lives, a minute at most.
+# Until the condition holds, while the child lives, ten seconds at most.
 wait_until() { # child, condition
     local child=$1 turn
     shift
-    for turn in $(seq 600); do
+    for turn in $(seq 100); do
         ! "$@" || return 0
         kill -0 "$child" 2>/dev/null || return 1
         sleep 0.1
