@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -24,10 +25,10 @@ unsigned char* bytes_of(Words& words)
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     const std::size_t available = std::min<std::size_t>(size, RLE_MAX_BLOCK);
-    Words block((available + 7) / 8 + 1);
-    std::copy_n(data, available, bytes_of(block));
+    const auto block = std::make_unique<unsigned char[]>(available); // ends where it may be read to
+    std::copy_n(data, available, block.get());
     Words plain(RLE_MAX_LEN / 8, untouched);
-    const unsigned short len = RLE_Decompression(bytes_of(block), bytes_of(plain), 0, static_cast<int>(available));
+    const unsigned short len = RLE_Decompression(block.get(), bytes_of(plain), 0, static_cast<int>(available));
     const std::size_t count = (len + 7U) / 8;
     require(std::all_of(plain.begin() + static_cast<std::ptrdiff_t>(count), plain.end(),
                         [](std::uint64_t word) { return word == untouched; }));

@@ -31,6 +31,21 @@ void set_parameters(bsd_state& state)
     state.dict = state.entries.data();
 }
 
+int bsd_init(bsd_state& state, int unit, int debug)
+{
+    if (state.strings != nullptr) {
+        state.strings->set_single_bytes();
+    }
+    state.entries.fill(bsd_dict{.fcode = 0, .codem1 = bsd_free_entry, .cptr = 0});
+    state.unit = static_cast<std::uint8_t>(unit);
+    state.mru = 0;
+    state.debug = static_cast<std::uint8_t>(debug != 0);
+    bsd_clear(state);
+    state.seqno = 0;
+    state.clear_count = 0;
+    return 1;
+}
+
 void* bsd_alloc(bool decompressor)
 {
     std::unique_ptr<bsd_state> state(new (std::nothrow) bsd_state{});
@@ -45,22 +60,8 @@ void* bsd_alloc(bool decompressor)
         }
         state->lens = state->strings->lens.data();
     }
+    bsd_init(*state, 0, 0);
     return static_cast<bsd_db*>(state.release());
-}
-
-int bsd_init(bsd_state& state, int unit, int debug)
-{
-    if (state.strings != nullptr) {
-        state.strings->set_single_bytes();
-    }
-    state.entries.fill(bsd_dict{.fcode = bsd_no_string, .codem1 = bsd_free_entry, .cptr = 0});
-    state.unit = static_cast<std::uint8_t>(unit);
-    state.mru = 0;
-    state.debug = static_cast<std::uint8_t>(debug != 0);
-    bsd_clear(state);
-    state.seqno = 0;
-    state.clear_count = 0;
-    return 1;
 }
 
 } // namespace

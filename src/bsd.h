@@ -16,7 +16,7 @@
 struct bsd_dict;
 struct bsd_string; // a string of the dictionary as a decompressor keeps it
 
-inline constexpr int BSD_BAD_CODE = 20002;    // result of bsd_decompress for a stream that is not one
+inline constexpr int BSD_BAD_CODE = 20002;    // result of bsd_decompress for a bad packet, and for one of 19999 bytes
 inline constexpr int BSD_OVERHEAD = 3;        // what bsd_decompress counts above the length of the data
 inline constexpr int BSD_BUFFER_SIZE = 60096; // bytes of a buffer of the transport
 
@@ -48,7 +48,8 @@ struct bsd_db
     bsd_dict* dict;      // the strings by code
 };
 
-// Null without memory. The states must be initialised before use and released with bsd_free.
+// A state as bsd_comp_init and bsd_decomp_init leave it for unit 0 without debug, or null without memory. To be
+// released with bsd_free.
 void* bsd_comp_alloc();
 void* bsd_decomp_alloc();
 void bsd_free(void* state);
@@ -66,6 +67,8 @@ int bsd_compress(void* state, const unsigned char* in, unsigned char* out, int l
 void bsd_incomp(void* state, const unsigned char* in, int len);
 
 // Decompresses a packet of `len` bytes and returns the length of the data plus BSD_OVERHEAD, also for an empty packet.
-// The bytes counted above the data are not written: they are what stands in `out`. A bad packet, and one whose result
-// would exceed `room`, returns BSD_BAD_CODE and leaves the state as it was; `out` may hold a part of its data then.
+// The bytes counted above the data are not written: they are what stands in `out`. A bad packet, one whose result would
+// exceed `room`, and any that is not empty on a compressor's state return BSD_BAD_CODE and leave the state as it was;
+// `out` may hold a part of the data then. A good packet of 19999 bytes has the same result: it is told from a bad one
+// by `seqno`, which has advanced then and only then.
 int bsd_decompress(void* state, const unsigned char* in, int len, unsigned char* out, int room = BSD_BUFFER_SIZE);

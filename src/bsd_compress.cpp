@@ -75,7 +75,7 @@ unsigned find_place(const bsd_state& state, unsigned prefix, unsigned char suffi
     const std::uint32_t fcode = bsd_fcode(prefix, suffix);
     unsigned place = (suffix * 40543U ^ prefix) % bsd_places;
     while (true) {
-        const unsigned code = state.codes[place]; // entry 0 has no string's fcode
+        const unsigned code = state.codes[place];
         if (state.entries[code].fcode == fcode || code == 0) {
             return place;
         }
@@ -87,16 +87,20 @@ void index_code(bsd_state& state, unsigned place, unsigned code)
 {
     state.codes[place] = static_cast<std::uint16_t>(code);
     state.entries[code].cptr = static_cast<std::uint16_t>(place);
-    state.indexed = code;
 }
 
-// A decompressor leaves its strings out of the hash table until they are looked for here.
+// A decompressor leaves its strings out of the hash table until they are looked for here. A sender that does not use
+// the longest string it could makes some strings twice: the first one counts, as the hash table leads to it.
 void index_strings(bsd_state& state)
 {
     for (unsigned code = state.indexed + 1; code <= state.max_ent; ++code) {
         const std::uint32_t fcode = state.entries[code].fcode;
-        index_code(state, find_place(state, fcode & 0xFFFF, static_cast<unsigned char>(fcode >> 16)), code);
+        const unsigned place = find_place(state, fcode & 0xFFFF, static_cast<unsigned char>(fcode >> 16));
+        if (state.codes[place] == 0) {
+            index_code(state, place, code);
+        }
     }
+    state.indexed = state.max_ent;
 }
 
 void add_string(bsd_state& state, unsigned place, unsigned prefix, unsigned char suffix)
@@ -110,6 +114,7 @@ void add_string(bsd_state& state, unsigned place, unsigned prefix, unsigned char
     const unsigned code = ++state.max_ent;
     bsd_set_entry(state, code, prefix, suffix);
     index_code(state, place, code);
+    state.indexed = code;
     if (state.strings != nullptr) {
         state.strings->append(code, prefix, suffix);
     }

@@ -100,10 +100,11 @@ private:
         return false;
     }
 
-    // The string that is being built has the code max_ent + 1, and needs a code before it to be built from.
+    // The string that is being built has the code max_ent + 1, and needs a code before it to be built from. Codes have
+    // 12 bits at most, so none exceeds bsd_max_code.
     [[nodiscard]] bool is_known(unsigned code) const
     {
-        return code <= m_max_ent || (code <= m_max_ent + 2 && code <= bsd_max_code && m_previous != bsd_clear_code);
+        return code <= m_max_ent || (code <= m_max_ent + 2 && m_previous != bsd_clear_code);
     }
 
     // Adds the string of the code before and this code's first byte, as the compressor did when it wrote the code
@@ -186,8 +187,12 @@ int bsd_decompress(void* state, const unsigned char* in, int len, unsigned char*
     if (len <= 0) {
         return BSD_OVERHEAD;
     }
+    bsd_state& own = bsd_state_of(state);
+    if (own.strings == nullptr) {
+        return BSD_BAD_CODE;
+    }
     const auto packet_len = static_cast<unsigned>(len);
-    Decoder decoder(bsd_state_of(state), in, packet_len, out, static_cast<unsigned>(room - BSD_OVERHEAD));
+    Decoder decoder(own, in, packet_len, out, static_cast<unsigned>(room - BSD_OVERHEAD));
     if (!decoder.run()) {
         return BSD_BAD_CODE;
     }

@@ -9,7 +9,8 @@
 #include <memory>
 
 // An entry of the dictionary, which stands under its code. A string is known by the code of the string without its last
-// byte (`prefix`) and by its last byte (`suffix`). Entries above the highest code in use mean nothing.
+// byte (`prefix`) and by its last byte (`suffix`). Entries above the highest code in use mean nothing. `hs`, `codem1`
+// and `cptr` stand here for the layout and are not read.
 struct bsd_dict
 {
     struct Parts // as they lie on a little-endian machine
@@ -46,7 +47,6 @@ constexpr unsigned bsd_max_code = (1U << bsd_max_bits) - 1;
 constexpr unsigned bsd_entries = 5003; // of the dictionary: more than there are codes
 constexpr unsigned bsd_hash_shift = 4; // given, and not what the hash below is made with
 constexpr std::uint16_t bsd_free_entry = 32767;
-constexpr std::uint32_t bsd_no_string = 0xFFFFFFFF; // fcode that no string has
 constexpr unsigned bsd_places = 32768; // of the hash table: so many that nearly all look-ups end at the first
 
 inline std::uint32_t bsd_fcode(unsigned prefix, unsigned char suffix)
@@ -73,7 +73,7 @@ struct bsd_state : bsd_db
 {
     std::array<bsd_dict, bsd_entries> entries;
     std::array<std::uint16_t, bsd_places> codes; // hash table: codes, or 0
-    unsigned indexed;                            // highest code that stands in the hash table
+    unsigned indexed;                            // highest code that the hash table has seen
     std::unique_ptr<bsd_strings> strings;        // in a decompressor only
 };
 

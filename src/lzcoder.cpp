@@ -16,7 +16,6 @@ constexpr unsigned min_match = 3;
 constexpr unsigned max_match = 18;
 constexpr unsigned max_distance = 4095;
 constexpr unsigned table_size = 4096;
-constexpr unsigned no_position = 65535; // what -1 is when it is read back
 
 struct Match
 {
@@ -32,7 +31,7 @@ public:
         m_table.fill(-1);
     }
 
-    // Length of the output, or more than the input's when that does not shrink. At most 6 bytes are written beyond the
+    // Length of the output, or more than the input's when that would grow. At most 6 bytes are written beyond the
     // input's length: a control word and a run.
     unsigned run()
     {
@@ -118,12 +117,13 @@ private:
         if (m_len - m_at < min_match) {
             return {};
         }
-        // The table holds 16 bits with a sign. Read back without it, they tell positions up to 65534 from the -1 of an
-        // empty entry, and so inputs of more than 32767 bytes need no other table.
+        // The table holds 16 bits with a sign. They are read back without it, so that inputs of more than 32767 bytes
+        // need no other table. The -1 of an empty entry is a position behind all others then: the distance to it wraps
+        // around and is too far.
         std::int16_t& entry = m_table[hash()];
         const unsigned position = static_cast<std::uint16_t>(entry);
         entry = static_cast<std::int16_t>(m_at);
-        if (position == no_position || m_at - position > max_distance) {
+        if (m_at - position > max_distance) {
             return {};
         }
         return {m_at - position, match_length(position)};
@@ -213,7 +213,7 @@ private:
             return false;
         }
         const unsigned length = (high_byte << 8 | m_in[m_at]) + min_run;
-        if (!has_room(length)) {
+        if (length > max_run || !has_room(length)) {
             return false;
         }
         std::memset(m_out + m_size, m_in[m_at + 1], length);
@@ -256,16 +256,13 @@ unsigned restore_stored(const unsigned char* in, unsigned len, unsigned char* ou
 
 unsigned short Compression(const unsigned char* in, unsigned char* out, unsigned short len)
 {
-    if (len == 65535) {
-        return 0;
-    }
     const unsigned size = Compressor(in, out, len).run();
     if (size <= len) {
         return static_cast<unsigned short>(size);
     }
     out[0] = LZ_STORED;
     std::copy_n(in, len, out + 1);
-    return static_cast<unsigned short>(len + 1);
+    return static_cast<unsigned short>(len + 1); // 65536 gives 0, the refusal
 }
 
 unsigned short Decompression(const unsigned char* in, unsigned char* out, unsigned short len, int room)

@@ -17,12 +17,12 @@ inline constexpr unsigned char LZ_COMPRESSED = 64;
 inline constexpr unsigned char LZ_STORED = 128;
 inline constexpr int LZ_EXTRA = 8; // bytes of the output buffer beyond the length of the input
 
-// Returns the length of the output. `out` must hold `len` + LZ_EXTRA bytes. Input that does not shrink is stored, in
-// `len` + 1 bytes; 65535 bytes, whose stored form has no length in 16 bits, are refused with 0.
+// Returns the length of the output. `out` must hold `len` + LZ_EXTRA bytes. Input that would grow is stored, in
+// `len` + 1 bytes; 65535 bytes that would, and whose stored form has no length in 16 bits, are refused with 0.
 unsigned short Compression(const unsigned char* in, unsigned char* out, unsigned short len);
 
 // Returns the length of the plain data, or 0 for a stream that is not one: an unknown first byte, an item that is cut
-// off, a distance before the start, or more than `room` bytes.
+// off, a distance before the start, a run above 4095, or more than `room` bytes.
 unsigned short Decompression(const unsigned char* in, unsigned char* out, unsigned short len, int room = 65535);
 
 } // namespace qapi

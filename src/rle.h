@@ -22,7 +22,8 @@ unsigned short RLE_Compression(const unsigned char* in, unsigned char* out, unsi
 
 // Restores a block and returns its plain length. `in` holds `available` bytes. `out` must hold the plain length rounded
 // up to 8, at most RLE_MAX_LEN. Returns 0, with `out` untouched, when a buffer is not aligned to 8 bytes, the length in
-// the block exceeds RLE_MAX_LEN, or the block's words are not all there. `unused` is not looked at.
+// the block exceeds RLE_MAX_LEN, or the block's words are not all there; a good block of length 0 returns 0 too.
+// `unused` is not looked at.
 unsigned short RLE_Decompression(const unsigned char* in, unsigned char* out, unsigned short unused,
                                  int available = RLE_MAX_BLOCK);
 

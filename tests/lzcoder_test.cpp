@@ -123,18 +123,34 @@ TEST(LzCoder, LongInputsAreMatchedToTheirEnd)
 {
     const Bytes block = Noise(1000, 4);
     Bytes plain;
-    for (int i = 0; i < 65; ++i) {
+    for (int i = 0; i < 66; ++i) {
         plain.insert(plain.end(), block.begin(), block.end());
     }
-    EXPECT_LT(Coded(plain).size(), 1000U + 64 * 1000 / 18 * 3);
+    plain.resize(65535);
+    EXPECT_LT(Coded(plain).size(), 1000U + 65 * 1000 / 18 * 3);
     ExpectRoundTrip(plain);
-    plain.resize(65534, 'z');
+    plain.resize(40000);
+    plain.resize(65535, 'z');
     ExpectRoundTrip(plain);
+}
+
+// Sixteen runs of 4095, and in a second group a literal and a reference for the 15 bytes left.
+TEST(LzCoder, TheLongestInputIsCompressed)
+{
+    Bytes expected = {64, 0xFF, 0xFF};
+    for (int i = 0; i < 16; ++i) {
+        const Bytes run = {0, 0x0F, 0xEF, 0};
+        expected.insert(expected.end(), run.begin(), run.end());
+    }
+    const Bytes second = {0x40, 0x00, 0, 0x00, 0x1B}; // 1 * 16 + 14 - 3
+    expected.insert(expected.end(), second.begin(), second.end());
+    ASSERT_EQ(expected.size(), 72U);
+    EXPECT_EQ(Coded(Bytes(65535, 0)), expected);
+    ExpectRoundTrip(Bytes(65535, 0));
 }
 
 TEST(LzCoder, AnInputWhoseStoredFormHasNoLengthIsRefused)
 {
-    EXPECT_TRUE(Coded(Bytes(65535, 'a')).empty());
     EXPECT_TRUE(Coded(Noise(65535, 5)).empty());
     EXPECT_EQ(Coded(Noise(65534, 5)).size(), 65535U);
 }
@@ -148,6 +164,14 @@ TEST(LzCoder, StreamsThatAreNoneAreRefused)
     ExpectRefused({64, 0x80, 0, 0, 0, 4});      // a run without its byte
     ExpectRefused({64, 0x80, 0, 0, 0x10});      // nothing to refer to
     ExpectRefused({64, 0x40, 0, 'a', 0, 0x20}); // one byte before the start
+}
+
+TEST(LzCoder, ARunAbove4095IsRefused)
+{
+    GuardedBuffer out(5000);
+    EXPECT_EQ(Restored({64, 0x80, 0, 0, 0x0F, 0xEF, 'a'}, out, 5000), 4095);
+    EXPECT_EQ(Restored({64, 0x80, 0, 0, 0x0F, 0xF0, 'a'}, out, 5000), 0);
+    EXPECT_EQ(Restored({64, 0x80, 0, 0, 0x0F, 0xFF, 'a'}, out, 5000), 0);
 }
 
 TEST(LzCoder, EveryRoomTooSmallIsRefusedWithoutAWriteBesideIt)
