@@ -1,6 +1,6 @@
 // Property: whatever the order of operations, a ring shows the same records, counters and semaphore as a plain deque.
 // Byte 0 gives the slots (1 to 8), then each pair of bytes is one operation and its amount.
-#include "../tests/support/ring_model.h"
+#include "support/ring_model.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // arrays, and writes its first operand at no time.
 // Bytes 0 and 1 give the precision (0 and 0: the system's), 2 to 7 the counts and flags, then come the words of two
 // numbers, and the rest is a text.
-#include "../tests/support/calc_agreement.h"
+#include "support/calc_agreement.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Every operation gives what Boost's integers give, at any precision. Byte 0 is the precision, byte 1 the operation;
 // the rest is cut into three numbers of equal length, little-endian.
-#include "../tests/support/mp_operand.h"
 #include "require.h"
+#include "support/mp_operand.h"
 
 #include <cstdint>
 

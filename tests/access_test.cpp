@@ -1,6 +1,6 @@
 // What the message operations answer while no record is there to answer for.
 #include "qcapi/config.h"
-#include "session_fixture.h"
+#include "support/session_fixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Packets that no compressor writes: they are refused, or read as told, and leave no trace.
-#include "bsd_link.h"
+#include "support/bsd_link.h"
 
 #include <cstring>
 

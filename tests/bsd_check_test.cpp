@@ -1,6 +1,6 @@
 // The look at the ratio every 10000 bytes: what it keeps, when it clears and how it keeps the counters small. The
 // counters of both ends are set to just before the look.
-#include "bsd_link.h"
+#include "support/bsd_link.h"
 
 namespace {
 

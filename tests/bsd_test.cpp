@@ -1,5 +1,5 @@
 // Both ends of a connection, packet by packet: what travels, what arrives, and that the two states stay in step.
-#include "bsd_link.h"
+#include "support/bsd_link.h"
 
 #include <array>
 #include <new>
@@ -325,9 +325,9 @@ TEST_F(BsdTest, AgreesWithTheStoredVectors)
             Connect(0);
             continue;
         }
-        const Bytes plain = FromHex(line[2]);
+        const Bytes plain = BytesFromHex(line[2]);
         const Bytes packet = Compress(plain);
-        ASSERT_EQ(packet, FromHex(line[3])) << "packet " << packets;
+        ASSERT_EQ(packet, BytesFromHex(line[3])) << "packet " << packets;
         if (line[1] == "sent") {
             ASSERT_EQ(Decompress(packet, plain), static_cast<int>(plain.size()) + 3);
         } else {

@@ -1,6 +1,6 @@
 // Random numbers, with fixed seeds, against plain loops (any words, any precision) and against whole integers.
-#include "calc_agreement.h"
-#include "calc_fixture.h"
+#include "support/calc_agreement.h"
+#include "support/calc_fixture.h"
 
 #include <random>
 

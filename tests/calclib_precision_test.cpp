@@ -1,4 +1,4 @@
-#include "calc_fixture.h"
+#include "support/calc_fixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // Results worked out by tests/data/make_calclib_vectors.py. A line is "operation arguments -> result", a number its
 // sign word and seven digit words, a text stands in quotes.
-#include "calc_fixture.h"
+#include "support/calc_fixture.h"
 
 #include <fstream>
 #include <sstream>

@@ -4,7 +4,7 @@
 #include "mutex.h"
 #include "qcapi/session.h"
 #include "qcapi/support.h"
-#include "session_fixture.h"
+#include "support/session_fixture.h"
 #include "thrct.h"
 
 #include <gmock/gmock.h>

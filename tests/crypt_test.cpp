@@ -1,10 +1,10 @@
 #include "crypt/crypt.h"
 
-#include "guarded_frame.h"
-#include "hex.h"
-#include "idea_key.h"
-#include "key_store_fixture.h"
-#include "vector_file.h"
+#include "support/guarded_frame.h"
+#include "support/hex.h"
+#include "support/idea_key.h"
+#include "support/key_store_fixture.h"
+#include "support/vector_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

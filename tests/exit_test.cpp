@@ -1,8 +1,8 @@
 // How the process ends: by exit() in any thread and at any moment, and by the deliberate crash behind 35 seconds.
 #include "arrm.h"
-#include "fake_system.h"
 #include "global.h"
-#include "session_fixture.h"
+#include "support/fake_system.h"
+#include "support/session_fixture.h"
 #include "thrct.h"
 
 #include <gmock/gmock.h>

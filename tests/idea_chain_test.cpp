@@ -1,8 +1,8 @@
 #include "crypt/idea.h"
 
 #include "crypt/idea_lanes.h"
-#include "hex.h"
-#include "idea_key.h"
+#include "support/hex.h"
+#include "support/idea_key.h"
 
 #include <gtest/gtest.h>
 

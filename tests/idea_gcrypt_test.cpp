@@ -1,8 +1,8 @@
 // The cipher beside libgcrypt's, block by block; the chaining is rebuilt from its blocks.
 #include "crypt/idea.h"
 
-#include "hex.h"
-#include "idea_key.h"
+#include "support/hex.h"
+#include "support/idea_key.h"
 
 #include <gcrypt.h>
 #include <gtest/gtest.h>

@@ -2,9 +2,9 @@
 
 #include "crypt/idea_block.h"
 #include "crypt/idea_lanes.h"
-#include "hex.h"
-#include "idea_key.h"
-#include "vector_file.h"
+#include "support/hex.h"
+#include "support/idea_key.h"
+#include "support/vector_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

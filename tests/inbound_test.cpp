@@ -3,7 +3,7 @@
 #include "arrm.h"
 #include "global.h"
 #include "qcapi/session.h"
-#include "session_fixture.h"
+#include "support/session_fixture.h"
 
 #include <gmock/gmock.h>
 

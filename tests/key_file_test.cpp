@@ -1,7 +1,7 @@
 #include "crypt/crypt.h"
 
-#include "hex.h"
-#include "key_store_fixture.h"
+#include "support/hex.h"
+#include "support/key_store_fixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

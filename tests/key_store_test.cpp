@@ -1,8 +1,8 @@
 #include "crypt/crypt.h"
 
 #include "crypt/key_store.h"
-#include "hex.h"
-#include "key_store_fixture.h"
+#include "support/hex.h"
+#include "support/key_store_fixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

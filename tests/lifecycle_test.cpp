@@ -1,12 +1,12 @@
 // Login, Connect, Logout, LogoutForce and what is left of them.
 #include "arrm.h"
 #include "dcon.h"
-#include "fake_system.h"
 #include "global.h"
 #include "qcapi/config.h"
 #include "qcapi/session.h"
 #include "qcapi/support.h"
-#include "session_fixture.h"
+#include "support/fake_system.h"
+#include "support/session_fixture.h"
 #include "thrct.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "lzcoder.h"
 
-#include "codec_vectors.h"
+#include "support/codec_vectors.h"
 
 #include <random>
 
@@ -204,7 +204,7 @@ TEST(LzCoder, AgreesWithTheStoredVectors)
     EXPECT_GT(lines.size(), 200U);
     for (const auto& line : lines) {
         const Bytes plain = FromPieces(line[1]);
-        ASSERT_EQ(Coded(plain), FromHex(line[2])) << line[1];
+        ASSERT_EQ(Coded(plain), BytesFromHex(line[2])) << line[1];
         ASSERT_NO_FATAL_FAILURE(ExpectRoundTrip(plain));
     }
 }

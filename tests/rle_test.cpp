@@ -1,6 +1,6 @@
 #include "rle.h"
 
-#include "codec_vectors.h"
+#include "support/codec_vectors.h"
 
 #include <memory>
 #include <random>
@@ -213,7 +213,7 @@ TEST(Rle, AgreesWithTheStoredVectors)
     for (const auto& line : lines) {
         const auto len = static_cast<unsigned short>(std::stoul(line[1]));
         const Bytes plain = FromPieces(line[2]);
-        const Bytes block = FromHex(line[3]);
+        const Bytes block = BytesFromHex(line[3]);
         ASSERT_EQ(Compressed(plain, len), block) << line[1];
         GuardedBuffer out(plain.size());
         ASSERT_EQ(Restored(block, out), len);

@@ -12,7 +12,7 @@ constexpr unsigned char untouched = 0x5A;
 
 Bytes Data(const std::string& word)
 {
-    return word == "-" ? Bytes{} : from_hex_bytes(word);
+    return word == "-" ? Bytes{} : BytesFromHex(word);
 }
 
 // What a decryption must leave: its data, with the buffer's old contents behind them.

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bsd.h"
-#include "codec_vectors.h"
+#include "support/codec_vectors.h"
 
 #include <memory>
 #include <random>

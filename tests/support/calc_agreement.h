@@ -2,7 +2,7 @@
 // arrays given to the library have a guard word behind their last one.
 #pragma once
 
-#include "calc_model.h"
+#include "support/calc_model.h"
 
 #include <cstring>
 #include <string>

@@ -1,7 +1,8 @@
 // Stored vectors of the coders, and buffers that notice a write beside them.
 #pragma once
 
-#include "vector_file.h"
+#include "support/hex.h"
+#include "support/vector_file.h"
 
 #include <gtest/gtest.h>
 
@@ -11,20 +12,9 @@
 #include <string>
 #include <vector>
 
-using Bytes = std::vector<unsigned char>;
-
 inline Bytes BytesOf(const std::string& text)
 {
     return {text.begin(), text.end()};
-}
-
-inline Bytes FromHex(const std::string& hex)
-{
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        bytes.push_back(static_cast<unsigned char>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
 }
 
 // Pieces "HEX" or "HEX*COUNT", joined by "+"; "-" is nothing.
@@ -34,7 +24,7 @@ inline Bytes FromPieces(const std::string& text)
     std::istringstream pieces(text == "-" ? "" : text);
     for (std::string piece; std::getline(pieces, piece, '+');) {
         const std::size_t star = piece.find('*');
-        const Bytes once = FromHex(piece.substr(0, star));
+        const Bytes once = BytesFromHex(piece.substr(0, star));
         for (unsigned long count = star == std::string::npos ? 1 : std::stoul(piece.substr(star + 1)); count > 0;
              --count) {
             bytes.insert(bytes.end(), once.begin(), once.end());

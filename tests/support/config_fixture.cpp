@@ -1,4 +1,4 @@
-#include "config_fixture.h"
+#include "support/config_fixture.h"
 
 #include "qcapi/log.h"
 #include "qcapi/support.h"

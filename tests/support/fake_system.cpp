@@ -1,4 +1,4 @@
-#include "fake_system.h"
+#include "support/fake_system.h"
 
 namespace {
 

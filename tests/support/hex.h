@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+using Bytes = std::vector<unsigned char>;
 
 // The bytes of a hex text; blanks may stand between them. A lone "-" is none.
 inline std::string FromHex(const std::string& text)
@@ -17,6 +20,12 @@ inline std::string FromHex(const std::string& text)
         bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
     }
     return bytes;
+}
+
+inline Bytes BytesFromHex(const std::string& text)
+{
+    const std::string bytes = FromHex(text);
+    return {bytes.begin(), bytes.end()};
 }
 
 inline std::string ToHex(const std::string& bytes)

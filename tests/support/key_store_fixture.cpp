@@ -1,7 +1,7 @@
-#include "key_store_fixture.h"
+#include "support/key_store_fixture.h"
 
-#include "hex.h"
-#include "idea_key.h"
+#include "support/hex.h"
+#include "support/idea_key.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "crypt/crypt.h"
-#include "fake_system.h"
-#include "scratch_directory.h"
+#include "support/fake_system.h"
+#include "support/scratch_directory.h"
 
 #include <gtest/gtest.h>
 

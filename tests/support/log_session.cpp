@@ -1,4 +1,4 @@
-#include "log_session.h"
+#include "support/log_session.h"
 
 #include "qcapi/log_files.h"
 

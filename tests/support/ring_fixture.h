@@ -2,7 +2,7 @@
 #pragma once
 
 #include "arrm.h"
-#include "ring_access.h"
+#include "support/ring_access.h"
 
 #include <array>
 #include <cstring>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "arrm.h"
-#include "ring_access.h"
+#include "support/ring_access.h"
 
 #include <algorithm>
 #include <cstring>

@@ -2,23 +2,13 @@
 #pragma once
 
 #include "crypt/rsa.h"
+#include "support/hex.h"
 #include "support/mp_operand.h"
 #include "support/vector_file.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
-
-using Bytes = std::vector<unsigned char>;
-
-inline Bytes from_hex_bytes(const std::string& digits)
-{
-    Bytes bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        bytes.push_back(static_cast<unsigned char>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-    }
-    return bytes;
-}
 
 struct RsaKey
 {

@@ -1,4 +1,4 @@
-#include "scratch_directory.h"
+#include "support/scratch_directory.h"
 
 #include <cstdlib>
 #include <stdexcept>

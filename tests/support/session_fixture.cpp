@@ -1,4 +1,4 @@
-#include "session_fixture.h"
+#include "support/session_fixture.h"
 
 #include "arrm.h"
 #include "qcapi/session.h"

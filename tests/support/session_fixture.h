@@ -1,8 +1,8 @@
 // A scratch directory with a good configuration, and what session tests look at.
 #pragma once
 
-#include "recording_host.h"
-#include "scratch_directory.h"
+#include "support/recording_host.h"
+#include "support/scratch_directory.h"
 #include "system_seam.h"
 
 #include <gtest/gtest.h>
