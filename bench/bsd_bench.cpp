@@ -3,8 +3,8 @@
 // for decompression the `compress` filter of libarchive, which reads them as one stream in the form .Z that its own
 // writer made. That has codes of up to 16 bits, ours of up to 12, so it has fewer codes to look up and a larger
 // dictionary to look in. The LZ coder has a figure of its own and no peer: nothing sends what it makes.
-#include "bsd.h"
-#include "lzcoder.h"
+#include "compress/bsd.h"
+#include "compress/lzcoder.h"
 #include "ratio.h"
 #include "record_like.h"
 

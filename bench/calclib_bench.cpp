@@ -1,6 +1,6 @@
 // Decimal arithmetic beside the compiler's own 128-bit decimals and Boost's decimal numbers, over operands of 24
 // digits. After the figures comes one line an operation: how many times the peer's time ours goes into.
-#include "calclib.h"
+#include "calclib/calclib.h"
 #include "ratio.h"
 
 #include <benchmark/benchmark.h>

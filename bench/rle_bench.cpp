@@ -1,8 +1,8 @@
 // Zero-word suppression of 2048-byte blocks beside memcpy of a block. A sparse block has 15 words in 100 that
 // are not zero, in clumps of one to six words with zero words between them, as records have that fill a few of their
 // fields; a dense one has no zero word. memcpy is what the transport pays for a block in plain form.
+#include "compress/rle.h"
 #include "ratio.h"
-#include "rle.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 // Any bytes as packets, each behind a byte for its length and one for the room (times 16). A bad packet leaves the
 // state as it was: a second receiver, to whom only the good ones are given, has the same strings and gets the same
 // data.
-#include "bsd.h"
+#include "compress/bsd.h"
 #include "require.h"
 
 #include <algorithm>

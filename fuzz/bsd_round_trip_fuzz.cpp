@@ -2,7 +2,7 @@
 // needs or (for packets of odd length) more; and both ends agree on the dictionary behind each packet.
 // The input is packets, each behind two bytes: the first tells the form (bit 0 set: sent plain) and how often the
 // packet is repeated inside itself (so that short inputs fill a dictionary), the second its length.
-#include "bsd.h"
+#include "compress/bsd.h"
 #include "require.h"
 
 #include <algorithm>

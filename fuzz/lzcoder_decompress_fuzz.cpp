@@ -1,6 +1,6 @@
 // Any bytes as a stream: nothing is read behind them nor written behind the room, and a room of just the result's
 // length gives the same result.
-#include "lzcoder.h"
+#include "compress/lzcoder.h"
 #include "require.h"
 
 #include <algorithm>

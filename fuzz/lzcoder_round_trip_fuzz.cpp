@@ -1,6 +1,6 @@
 // Any input returns intact, through buffers of just the size that is asked for. Byte 0 of the fuzzer's input tells how
 // often the rest is repeated, so that runs and far references come up.
-#include "lzcoder.h"
+#include "compress/lzcoder.h"
 #include "require.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // Any bytes as a block: refused, with the output untouched, or restored inside the output; and what is restored gives
 // the same words again when it is compressed.
+#include "compress/rle.h"
 #include "require.h"
-#include "rle.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Any block of up to 2048 bytes returns intact, and its compressed form has the length that its words tell.
+#include "compress/rle.h"
 #include "require.h"
-#include "rle.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "lzcoder.h"
+#include "compress/lzcoder.h"
 
 #include "support/codec_vectors.h"
 

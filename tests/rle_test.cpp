@@ -1,4 +1,4 @@
-#include "rle.h"
+#include "compress/rle.h"
 
 #include "support/codec_vectors.h"
 

@@ -2,6 +2,7 @@
 #include "qcapi.h"
 
 #include "arrm.h"
+#include "compress/rle.h"
 #include "config.h"
 #include "dcon.h"
 #include "log.h"
@@ -71,6 +72,7 @@ int CQcApi::Initialize()
         glb_DCon_DESCR.number_of_hosts = 1;
     }
     COMMON_Find_IP_LocalHost(); // here, since a dead name server would hold the reader up at each reconnection
+    RLE_init(RLE_MAX_LEN);
     Prepare_Rings();
     return 0;
 }

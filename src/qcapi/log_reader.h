@@ -5,8 +5,8 @@
 // A log that a machine of the other byte order wrote is read alike: its lengths look like values above 61440.
 #pragma once
 
+#include "compress/rle.h"
 #include "log_layout.h"
-#include "rle.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // The two ends of a connection that travels through BSD Compress, and data of several kinds to send over it.
 #pragma once
 
-#include "bsd.h"
+#include "compress/bsd.h"
 #include "support/codec_vectors.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // Numbers written and read as texts, reports caught, and the system's precision put back after every test.
 #pragma once
 
-#include "calclib.h"
+#include "calclib/calclib.h"
 #include "qcapi/support.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // library's own, faster code is compared with. A quotient is that of whole integers.
 #pragma once
 
-#include "calclib.h"
+#include "calclib/calclib.h"
 
 #include <boost/multiprecision/cpp_int.hpp>
 

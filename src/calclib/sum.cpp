@@ -3,7 +3,7 @@
 // Words that are digits go four at a time through one 64-bit sum. Each lane gets 55536 more than its digits, so that a
 // decimal carry is a carry of the processor into the lane above; a lane without a carry, known by its top bit, gives
 // the 55536 back. In a difference it is the lanes that borrowed which are 55536 too large, and show the same bit.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 #include <bit>
 

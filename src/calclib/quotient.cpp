@@ -3,7 +3,7 @@
 // divisor, so the first groups, which would stand above the number, tell an overflow.
 //
 // Words that are no digits divide as the nearest that are.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 #include <algorithm>
 #include <bit>

@@ -2,7 +2,7 @@
 // the compiler unrolls it for the system's own, and one comparison a call chooses between that and all the others.
 #pragma once
 
-#include "calclib.h"
+#include "calclib/calclib.h"
 
 #include <array>
 #include <cstdint>

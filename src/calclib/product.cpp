@@ -1,6 +1,6 @@
 // Multiplication. Digit words of the system's precision are joined to limbs of eight digits: sixteen products of the
 // schoolbook instead of forty-nine, and columns that fit into 64 bits with their carries.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 using namespace qapi::calc;
 

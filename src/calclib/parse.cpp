@@ -1,6 +1,6 @@
 // Texts to numbers. A clean text that fits, and nearly every one is, goes eight digits at a time; any other is walked
 // character by character, counted and reported.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 #include "little_endian.h"
 #include "qcapi/support.h"
 

@@ -1,4 +1,4 @@
-#include "rle.h"
+#include "compress/rle.h"
 
 #include <algorithm>
 #include <array>

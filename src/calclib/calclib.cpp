@@ -1,8 +1,8 @@
 // The precision, the copies, and the comparison. Sums, products, quotients, roundings and texts have sources of their
 // own.
-#include "calclib.h"
+#include "calclib/calclib.h"
 
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 #include <bit>
 

@@ -1,8 +1,8 @@
 // What the two directions of BSD Compress share: the state as it is allocated, the strings of its dictionary and the
-// rule that clears it. Private to src/bsd*.cpp.
+// rule that clears it. Private to src/compress/bsd*.cpp.
 #pragma once
 
-#include "bsd.h"
+#include "compress/bsd.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "lzcoder.h"
+#include "compress/lzcoder.h"
 
 #include <algorithm>
 #include <array>

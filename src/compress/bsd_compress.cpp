@@ -1,4 +1,4 @@
-#include "bsd_state.h"
+#include "compress/bsd_state.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,6 +1,6 @@
 // Rounding, cutting, and the question whether a number has decimals. A count of decimals below 0 stands for 0; behind
 // the last word there is nothing to round or cut.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // Numbers to texts. All digits are written into a line with the point at a fixed place, and the text is the part of
 // that line that begins with its first position.
-#include "calclib_layout.h"
+#include "calclib/layout.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "bsd.h"
+#include "compress/bsd.h"
 
-#include "bsd_state.h"
+#include "compress/bsd_state.h"
 
 #include <new>
 

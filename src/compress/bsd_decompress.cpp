@@ -1,6 +1,6 @@
 // A packet is decoded with copies of max_ent and n_bits; its strings go into the places behind the state's max_ent. So
 // a packet that turns out to be bad leaves nothing to undo: the places it filled are free as before.
-#include "bsd_state.h"
+#include "compress/bsd_state.h"
 
 #include <algorithm>
 #include <cstdio>
