@@ -1,8 +1,7 @@
 // Any bytes as a key file. The first byte tells whether they are the file itself, or plain records to be encrypted with
-// the passphrase, and whether the passphrase changes; 4 to 7 have the store's own key tried, which takes too long for
-// all. Whatever they say, the opening ends with one of its codes; a failure leaves no private number behind; with a
-// wrong passphrase, or a file that is too short, nothing is written; a store that opened opens again; and its own key
-// does no harm, whatever its numbers are.
+// the passphrase, and whether the passphrase changes. Whatever they say, the opening ends with one of its codes; a
+// failure leaves no private number behind; with a wrong passphrase, or a file that is too short, nothing is written;
+// and a store that opened opens again.
 #include "crypt/crypt.h"
 #include "memory_file.h"
 #include "require.h"
@@ -50,23 +49,7 @@ bool is_wiped(const key_data& key)
            std::all_of(std::begin(key.v_p), std::end(key.v_p), zero);
 }
 
-void use_own_key()
-{
-    char list[qapi::STR_DS_KEY_SIZE + 4] = {1};
-    std::memset(list + 4, 0xFF, 64);
-    list[68] = 3;
-    crypt_set_keys(list);
-    char frame[8 + CRYPT_MAX_GROWTH] = "message";
-    const int growth = crypt_encrypt_data(1, frame, RSA_ENCRYPT, 0, 8);
-    require(growth == 26 || growth == CRYPT_HEADER_SIZE);
-    crypt_decrypt_data(1, frame, RSA_ENCRYPT, 0, static_cast<unsigned short>(8 + growth));
-    for (unsigned short which = 0; which < 4; ++which) {
-        char out[80];
-        require(crypt_get_public_key(which, out) == 80);
-    }
-}
-
-void check(const std::string& bytes, const char* new_passphrase, bool use)
+void check(const std::string& bytes, const char* new_passphrase)
 {
     const MemoryFile file(bytes);
     const unsigned short code = crypt_init(file.path().c_str(), "EQ01", passphrase, new_passphrase);
@@ -76,9 +59,6 @@ void check(const std::string& bytes, const char* new_passphrase, bool use)
     require(code == 0 || code == 11 || file.bytes() == bytes);
     require((code == 9) == (bytes.size() < record_size || (bytes.size() < future_offset + record_size && code != 10)));
     if (code == 0) {
-        if (use) {
-            use_own_key();
-        }
         const char* now = new_passphrase != nullptr ? new_passphrase : passphrase;
         require(crypt_init(file.path().c_str(), "EQ01", now, nullptr) == 0);
     }
@@ -95,6 +75,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string input(data + 1, data + std::min<std::size_t>(size, 8000));
     const bool as_it_is = (data[0] & 1) != 0;
     const char* new_passphrase = (data[0] & 2) != 0 ? changed_passphrase : nullptr;
-    check(as_it_is ? input : file_of_records(input), new_passphrase, (data[0] & 0xFC) == 4);
+    check(as_it_is ? input : file_of_records(input), new_passphrase);
     return 0;
 }
