@@ -110,6 +110,13 @@ TEST_F(Crypt, NoBytesAtAllAreNoFrame)
     EXPECT_EQ(nothing, '#');
 }
 
+// The example of docs/wire_format.md, worked out apart from this code.
+TEST_F(Crypt, ReadsAFrameUnderACountingKey)
+{
+    const std::string frame = FromHex("0500 0102030405060708090a0b0c0d0e0f10 0304 66e3f81f9c7078e0");
+    EXPECT_EQ(Received(IDEA_DIRECT, frame, 23), "HELLO");
+}
+
 TEST_F(Crypt, TheRsaFormWithoutAStoreSendsAnUnprotectedKey)
 {
     EXPECT_EQ(ToHex(Frame(RSA_ENCRYPT, "hello")), hello_unprotected);

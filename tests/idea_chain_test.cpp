@@ -92,8 +92,7 @@ TEST(IdeaChain, DecryptsIntoAnotherBufferAsInPlace)
 TEST(IdeaChain, GivesTheSameOneBlockOrEightAtATime)
 {
     if (!qapi::idea::has_lanes()) {
-        SUCCEED() << "this processor has one path";
-        return;
+        return; // this processor has one path
     }
     std::mt19937 generator(8);
     for (int blocks = 0; blocks <= 40; ++blocks) {

@@ -72,6 +72,16 @@ TEST(Rle, MasksAreBigEndian)
     ExpectRoundTrip(plain);
 }
 
+TEST(Rle, ThreeWordsOfWhichTheSecondIsZero)
+{
+    const Bytes plain = BytesFromHex("4142434445464748 0000000000000000 0000000000000001");
+    EXPECT_EQ(Compressed(plain), BytesFromHex("1800000000000000"
+                                              "0000000000000005 0000000000000000"
+                                              "0000000000000000 0000000000000000"
+                                              "4142434445464748 0000000000000001"));
+    ExpectRoundTrip(plain);
+}
+
 TEST(Rle, EachGroupOfSixtyFourWordsHasItsMask)
 {
     Bytes plain(2048, 0);

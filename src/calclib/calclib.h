@@ -36,8 +36,7 @@ inline constexpr int COMMON_CALC_SIZE = COMMON_CALC_NUM_DIG + 2;                
 inline constexpr int CALC_TOTAL_BYTES_MXDIGITS = COMMON_CALC_SIZE * static_cast<int>(sizeof(CALC_MNUM));
 
 // ---- Precision -------------------------------------------------------------------------------------------------
-// Written by calc_set_precision and calc_set_decimal_point alone. The values before the first call are those of (16,
-// 8).
+// Written by calc_set_precision and calc_set_decimal_point alone. Before the first call they are those of (16, 8).
 extern std::uint16_t GMNtInt;                  // integer digits
 extern std::uint16_t GMNtDec;                  // decimals
 extern std::uint16_t GMNtDig;                  // their sum
