@@ -43,6 +43,12 @@ bool real_wait(std::condition_variable& changed, std::unique_lock<std::mutex>& l
     return changed.wait_for(lock, wait) == std::cv_status::no_timeout;
 }
 
+int real_wait_ready(pollfd* descriptors, unsigned count, timeval span)
+{
+    const timespec limit{.tv_sec = span.tv_sec, .tv_nsec = static_cast<long>(span.tv_usec) * 1000};
+    return ppoll(descriptors, count, &limit, nullptr);
+}
+
 void real_random_bytes(void* target, std::size_t count)
 {
     auto* bytes = static_cast<unsigned char*>(target);
@@ -98,6 +104,7 @@ constexpr SystemCalls real_system{.ticks = real_ticks,
                                   .wall_seconds = real_wall_seconds,
                                   .sleep = real_sleep,
                                   .wait = real_wait,
+                                  .wait_ready = real_wait_ready,
                                   .random_bytes = real_random_bytes,
                                   .local_addresses = real_local_addresses};
 

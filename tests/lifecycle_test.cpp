@@ -1,6 +1,6 @@
 // Login, Connect, Logout, LogoutForce and what is left of them.
 #include "arrm.h"
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "global.h"
 #include "qcapi/config.h"
 #include "qcapi/session.h"

@@ -1,7 +1,7 @@
 // The directives of "qapi.cfg". docs/configuration.md tells what they mean to whoever writes the file.
 #include "config_file.h"
 
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "log.h"
 #include "message_names.h"
 

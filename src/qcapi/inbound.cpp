@@ -2,7 +2,7 @@
 #include "qcapi.h"
 
 #include "arrm.h"
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "global.h"
 #include "log.h"
 #include "session.h"

@@ -4,7 +4,7 @@
 #include "arrm.h"
 #include "compress/rle.h"
 #include "config.h"
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "log.h"
 #include "session.h"
 #include "support.h"

@@ -7,7 +7,7 @@
 
 #include "arrm.h"
 #include "config.h"
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "lifecycle_gate.h"
 #include "log.h"
 #include "session.h"

@@ -2,7 +2,7 @@
 // the running log beside them.
 #pragma once
 
-#include "dcon.h"
+#include "transport/dcon.h"
 #include "qcapi/config.h"
 #include "support/fake_system.h"
 #include "support/scratch_directory.h"

@@ -1,4 +1,4 @@
-#include "dcon.h"
+#include "transport/dcon.h"
 
 #include "thrct.h"
 
