@@ -150,17 +150,17 @@ void DCON_Set_Expire_Time(DCON_DESCR& descr, unsigned short seconds);
 void* DCON_Init(void* descr);    // thread function of the connection thread
 void* DCON_Do_Send(void* descr); // thread function of the sender thread
 
-// Forwards to WSocket::Compression_Test, on the connection's own socket.
+// Forwards to WSocket::Compression_Test, which measures with dictionaries of its own.
 void DCON_Compression_Test(DCON_DESCR& descr, const char* data, unsigned short len);
 
 // Writes the platform word of the version report; `word` must hold 16 bytes.
 int GetCompilationPlatform(char* word);
 
-namespace qapi {
-
 // The two lives of a connection thread (dcon_client.cpp, dcon_listener.cpp); they return when it is to end.
 void DCON_Process(DCON_DESCR& descr);
 void DCON_Attend(DCON_DESCR& descr);
+
+namespace qapi {
 
 // ---- What the two share (dcon.cpp)
 
