@@ -13,13 +13,13 @@ inline constexpr int MAX_ACCESS_TABLES = 4096;      // rows of the table_code di
 // What a record of the inbound ring means. Data records are TCP_STATUS_PACKET_RECEIVED; all others are news of the
 // connection. The log ring uses the two TCP_STATUS_LOG_... kinds and 0 for a text.
 inline constexpr int TCP_ERROR_CANT_CONNECT = 7;
-inline constexpr int TCP_ERROR_NOT_CONNECTION = 8;     // closed with an error code
-inline constexpr int TCP_ERROR_NO_READY_FOR_SEND = 9;  // a send failed
-inline constexpr int TCP_ERROR_CANT_CONECT_SAME = 12;  // connected to itself
-inline constexpr int TCP_ERROR_NO_RECVED = 14;         // nothing received through the extra time
-inline constexpr int TCP_ERROR_EXTRA_TIME = 17;        // receive time-out, extra time begun
-inline constexpr int TCP_ERROR_OUT_EXTRA_TIME = 18;    // never given: 31 tells the end of either extra time
-inline constexpr int TCP_ERROR_RECEIVE = 19;           // a receive failed
+inline constexpr int TCP_ERROR_NOT_CONNECTION = 8;    // closed with an error code
+inline constexpr int TCP_ERROR_NO_READY_FOR_SEND = 9; // a send failed
+inline constexpr int TCP_ERROR_CANT_CONECT_SAME = 12; // connected to itself
+inline constexpr int TCP_ERROR_NO_RECVED = 14;        // nothing received through the extra time
+inline constexpr int TCP_ERROR_EXTRA_TIME = 17;       // receive time-out, extra time begun
+inline constexpr int TCP_ERROR_OUT_EXTRA_TIME = 18;   // never given: 31 tells the end of either extra time
+inline constexpr int TCP_ERROR_RECEIVE = 19;          // a receive failed
 inline constexpr int TCP_STATUS_CLOSED_CONNECTION = 20;
 inline constexpr int TCP_STATUS_OPEN_CONNECTION = 21;
 inline constexpr int TCP_STATUS_PACKET_RECEIVED = 22;

@@ -28,7 +28,8 @@ struct SystemCalls
     // Waits until the condition is notified, at most `span`. Returns false when the span ran out.
     bool (*wait)(std::condition_variable& changed, std::unique_lock<std::mutex>& lock, timeval span);
 
-    // Waits until one of the descriptors is ready, at most `span`; less if a signal arrives. Returns what ppoll returns.
+    // Waits until one of the descriptors is ready, at most `span`; less if a signal arrives. Returns what ppoll
+    // returns.
     int (*wait_ready)(pollfd* descriptors, unsigned count, timeval span);
 
     void (*random_bytes)(void* target, std::size_t count);

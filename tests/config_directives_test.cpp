@@ -19,8 +19,8 @@ protected:
 TEST_F(Directive, NothingButAServerLeavesTheDefaults)
 {
     ASSERT_EQ(apply(""), 0);
-    EXPECT_EQ(glb_DCon_DESCR.modesend, 2);
-    EXPECT_EQ(glb_DCon_DESCR.use_ssl, 0);
+    EXPECT_EQ(glb_DCon_DESCR->modesend, 2);
+    EXPECT_EQ(glb_DCon_DESCR->use_ssl, 0);
     EXPECT_EQ(Glb_Send_Msg_Delay_Millisec, 0U);
     EXPECT_EQ(Glb_log_last_processed_message, 'L');
     EXPECT_EQ(Glb_Language, 0);
@@ -166,26 +166,26 @@ TEST_F(Directive, AddressAndPortShareASlot)
     ASSERT_EQ(apply("ds_ip_address 10.1.2.3\nds_tcp_port 7001\n"), 0);
     const std::array<unsigned char, 4> expected{10, 1, 2, 3}; // network order
     EXPECT_TRUE(
-        std::equal(expected.begin(), expected.end(), reinterpret_cast<const unsigned char*>(&glb_DCon_DESCR.fhost[0])));
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 7001);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 0U);
+        std::equal(expected.begin(), expected.end(), reinterpret_cast<const unsigned char*>(&*glb_DCon_DESCR->fhost[0])));
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 7001);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 0U);
 }
 
 TEST_F(Directive, NextAddressOpensTheNextSlotAndItsPortFollows)
 {
     ASSERT_EQ(apply("ds_ip_address 10.0.0.1\nds_tcp_port 1\nds_ip_address 10.0.0.2\nds_tcp_port 2\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 1U);
-    EXPECT_NE(glb_DCon_DESCR.fhost[1], 0U);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[1], 2);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 1U);
+    EXPECT_NE(glb_DCon_DESCR->fhost[1], 0U);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[1], 2);
 }
 
 TEST_F(Directive, AddressesFirstLeaveTheirPortsBehind)
 {
     ASSERT_EQ(apply("ds_ip_address 10.0.0.1\nds_ip_address 10.0.0.2\nds_tcp_port 1\nds_tcp_port 2\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 0);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[1], 1);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[2], 2);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 2U);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 0);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[1], 1);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[2], 2);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 2U);
 }
 
 TEST_F(Directive, SlotsEndAt35WhichTheLastAddressTakes)
@@ -195,28 +195,28 @@ TEST_F(Directive, SlotsEndAt35WhichTheLastAddressTakes)
         text += "ds_ip_address 10.0.0." + std::to_string(i) + "\nds_tcp_port " + std::to_string(i) + "\n";
     }
     ASSERT_EQ(apply(text), 0);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 35U);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[34], 35);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[35], 40);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 35U);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[34], 35);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[35], 40);
 }
 
 TEST_F(Directive, AddressThatIsNoneIsKeptAsTheSystemReadsIt)
 {
     ASSERT_EQ(apply("ds_ip_address elsewhere\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.fhost[0], 0xFFFFFFFFU);
+    EXPECT_EQ(glb_DCon_DESCR->fhost[0], 0xFFFFFFFFU);
 }
 
 TEST_F(Directive, PortIsCutToSixteenBits)
 {
     ASSERT_EQ(apply("ds_tcp_port 65537\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 1);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 1);
 }
 
 TEST_F(Directive, PortZeroLeavesItsSlotFree)
 {
     ASSERT_EQ(apply("ds_tcp_port 0\nds_tcp_port 7\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 7);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 0U);
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 7);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 0U);
 }
 
 // ---- Numbers ---------------------------------------------------------------------------------------------------
@@ -224,8 +224,8 @@ TEST_F(Directive, PortZeroLeavesItsSlotFree)
 TEST_F(Directive, SendModeAndSslAreNumbers)
 {
     ASSERT_EQ(apply("send_mode 5\nuse_ssl 1\n"), 0);
-    EXPECT_EQ(glb_DCon_DESCR.modesend, 5);
-    EXPECT_EQ(glb_DCon_DESCR.use_ssl, 1);
+    EXPECT_EQ(glb_DCon_DESCR->modesend, 5);
+    EXPECT_EQ(glb_DCon_DESCR->use_ssl, 1);
 }
 
 TEST_F(Directive, NumbersAreTheirLeadingDigits)
@@ -235,7 +235,7 @@ TEST_F(Directive, NumbersAreTheirLeadingDigits)
     };
     for (const auto& [text, number] : cases) {
         ASSERT_EQ(apply("send_mode "s + text + "\n"), 0);
-        EXPECT_EQ(glb_DCon_DESCR.modesend, number) << text;
+        EXPECT_EQ(glb_DCon_DESCR->modesend, number) << text;
     }
 }
 
@@ -248,7 +248,7 @@ TEST_F(Directive, NumbersStopAtTheRangeOf32Bits)
     };
     for (const auto& [text, number] : cases) {
         ASSERT_EQ(apply("send_mode "s + text + "\n"), 0);
-        EXPECT_EQ(glb_DCon_DESCR.modesend, number) << text;
+        EXPECT_EQ(glb_DCon_DESCR->modesend, number) << text;
     }
 }
 

@@ -17,7 +17,7 @@ protected:
         EXPECT_LE(error.size(), 199U);
         EXPECT_LE(glb_dss_counter, 36);
         EXPECT_LE(Glb_markets_code_counter, 30);
-        EXPECT_LE(glb_DCon_DESCR.number_of_hosts, 35U);
+        EXPECT_LE(glb_DCon_DESCR->number_of_hosts, 35U);
         EXPECT_EQ(Glb_access_tables[4096].table_code, 0);
         EXPECT_EQ(Glb_access_tables[4096].table_type, 0);
         for (const char last : {Gbl_User_Name[10], Glb_User_Key[16], Glb_Local_Machine[4], Glb_User_Code[4],

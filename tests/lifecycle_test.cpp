@@ -91,33 +91,33 @@ TEST_F(LifecycleTest, AnObjectStartsFromNothing)
     Glb_Log_Flag = 1;
     Glb_last_sent_message_num = 5;
     COMMON_Adjust_Time(500);
-    glb_DCon_DESCR.modesend = 0;
-    glb_DCon_DESCR.use_ssl = 1;
-    glb_DCon_DESCR.ticking_message = 1;
-    glb_DCon_DESCR.number_of_hosts = 3;
-    glb_DCon_DESCR.current_host = 2;
-    glb_DCon_DESCR.fhost[3] = 1;
+    glb_DCon_DESCR->modesend = 0;
+    glb_DCon_DESCR->use_ssl = 1;
+    glb_DCon_DESCR->ticking_message = 1;
+    glb_DCon_DESCR->number_of_hosts = 3;
+    glb_DCon_DESCR->current_host = 2;
+    glb_DCon_DESCR->fhost[3] = 1;
     const RecordingHost host;
     EXPECT_EQ(Glb_Log_Flag, 0);
     EXPECT_EQ(Glb_last_sent_message_num, 0U);
     EXPECT_EQ(Glb_time_diff, 0);
-    EXPECT_EQ(glb_DCon_DESCR.modesend, 2);
-    EXPECT_EQ(glb_DCon_DESCR.use_ssl + glb_DCon_DESCR.ticking_message, 0);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts + glb_DCon_DESCR.current_host + glb_DCon_DESCR.fhost[3], 0U);
-    EXPECT_EQ(glb_DCon_DESCR.pLog_Mss, nullptr);
-    EXPECT_EQ(glb_DCon_DESCR.pRecv_Mss, &*Glb_Recv_Mss);
+    EXPECT_EQ(glb_DCon_DESCR->modesend, 2);
+    EXPECT_EQ(glb_DCon_DESCR->use_ssl + glb_DCon_DESCR->ticking_message, 0);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts + glb_DCon_DESCR->current_host + glb_DCon_DESCR->fhost[3], 0U);
+    EXPECT_EQ(glb_DCon_DESCR->pLog_Mss, nullptr);
+    EXPECT_EQ(glb_DCon_DESCR->pRecv_Mss, &*Glb_Recv_Mss);
 }
 
 TEST_F(LifecycleTest, EachSessionStartsFromTheDefaultsOfTheConnection)
 {
     RecordingHost host;
-    glb_DCon_DESCR.modesend = 0;
-    glb_DCon_DESCR.use_ssl = 1;
-    glb_DCon_DESCR.number_of_hosts = 3;
+    glb_DCon_DESCR->modesend = 0;
+    glb_DCon_DESCR->use_ssl = 1;
+    glb_DCon_DESCR->number_of_hosts = 3;
     host.login();
-    EXPECT_EQ(glb_DCon_DESCR.modesend, 2);
-    EXPECT_EQ(glb_DCon_DESCR.use_ssl, 0);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 0U);
+    EXPECT_EQ(glb_DCon_DESCR->modesend, 2);
+    EXPECT_EQ(glb_DCon_DESCR->use_ssl, 0);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 0U);
 }
 
 TEST_F(LifecycleTest, BothWaysOutTakeThePrimaryTablesFlagBack)
@@ -271,13 +271,13 @@ TEST_F(LifecycleTest, ConnectTakesItsServerIntoTheFirstPlace)
     scratch.write("qapi.cfg", "data_server = DSAB\ndata_server = DSCD\nds_ip_address = 10.0.0.1\n");
     RecordingHost host;
     EXPECT_EQ(host.connect("127.0.0.2", 40000), 0);
-    EXPECT_EQ(glb_DCon_DESCR.fhost[0], 0x0200007FU); // network order, as the bytes 7F 00 00 02 read little-endian
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 40000);
-    EXPECT_EQ(glb_DCon_DESCR.number_of_hosts, 1U);
+    EXPECT_EQ(glb_DCon_DESCR->fhost[0], 0x0200007FU); // network order, as the bytes 7F 00 00 02 read little-endian
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 40000);
+    EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 1U);
     EXPECT_EQ(glb_dss_counter, 1);
     host.LogoutForce();
     EXPECT_EQ(host.login(), 0);
-    EXPECT_EQ(glb_DCon_DESCR.tcp_port[0], 0); // a later login has the configuration's servers again
+    EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 0); // a later login has the configuration's servers again
     EXPECT_EQ(glb_dss_counter, 2);
 }
 

@@ -246,8 +246,11 @@ int qapi::crypt_encrypt_data(unsigned dest, char* data, unsigned short form, uns
 // Every frame that has its mark gives the count that its header states, as far as there are bytes: the caller takes the
 // count from the frame's length, so that a frame that failed arrives as zeros.
 int qapi::crypt_decrypt_data([[maybe_unused]] unsigned src, char* data, unsigned short form, unsigned short start,
-                             unsigned short end)
+                             unsigned short end, bool* good)
 {
+    if (good != nullptr) {
+        *good = false;
+    }
     if (start >= end) {
         return 0;
     }
@@ -274,6 +277,9 @@ int qapi::crypt_decrypt_data([[maybe_unused]] unsigned src, char* data, unsigned
     unsigned char* const body = as_bytes(target + size);
     DataDecrypt(EK, DK, body, body, body_length);
     std::memmove(target, body, static_cast<std::size_t>(length));
+    if (good != nullptr) {
+        *good = size + body_length == available;
+    }
     return shrinks_by;
 }
 

@@ -1,9 +1,9 @@
 // The directives of "qapi.cfg". docs/configuration.md tells what they mean to whoever writes the file.
 #include "config_file.h"
 
-#include "transport/dcon.h"
 #include "log.h"
 #include "message_names.h"
+#include "transport/dcon.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -42,7 +42,7 @@ template <auto& target> bool keep_code(const char* value, ConfigFile&)
 
 template <int DCON_DESCR::*member> bool keep_number(const char* value, ConfigFile&)
 {
-    glb_DCon_DESCR.*member = config_number(value);
+    (*glb_DCon_DESCR).*member = config_number(value);
     return true;
 }
 
@@ -59,7 +59,7 @@ bool data_server(const char* value, ConfigFile&)
 template <typename Entry> void put_in_free_entry(Entry (&entries)[DCON_MAX_DS_SERVERS], Entry value)
 {
     constexpr unsigned last = DCON_MAX_DS_SERVERS - 1;
-    unsigned& index = glb_DCon_DESCR.number_of_hosts;
+    unsigned& index = glb_DCon_DESCR->number_of_hosts;
     index = std::min(index, last);
     if (entries[index] != 0) {
         index = std::min(index + 1, last);
@@ -69,13 +69,13 @@ template <typename Entry> void put_in_free_entry(Entry (&entries)[DCON_MAX_DS_SE
 
 bool ds_ip_address(const char* value, ConfigFile&)
 {
-    put_in_free_entry(glb_DCon_DESCR.fhost, std::uint32_t{inet_addr(value)});
+    put_in_free_entry(glb_DCon_DESCR->fhost, std::uint32_t{inet_addr(value)});
     return true;
 }
 
 bool ds_tcp_port(const char* value, ConfigFile&)
 {
-    put_in_free_entry(glb_DCon_DESCR.tcp_port, static_cast<std::uint16_t>(config_number(value)));
+    put_in_free_entry(glb_DCon_DESCR->tcp_port, static_cast<std::uint16_t>(config_number(value)));
     return true;
 }
 

@@ -2,12 +2,12 @@
 #include "qcapi.h"
 
 #include "arrm.h"
-#include "transport/dcon.h"
 #include "global.h"
 #include "log.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
+#include "transport/dcon.h"
 
 #include <array>
 #include <string>
@@ -55,7 +55,7 @@ void tell_status(int status, std::string text)
 void tell_disconnection(const char* reason)
 {
     if (CQcApi* api = Current_Api()) {
-        api->CallOnDisconnection(glb_DCon_DESCR.DCON_state, reason != nullptr ? reason : "");
+        api->CallOnDisconnection(glb_DCon_DESCR->DCON_state, reason != nullptr ? reason : "");
     }
 }
 

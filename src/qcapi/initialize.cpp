@@ -4,10 +4,10 @@
 #include "arrm.h"
 #include "compress/rle.h"
 #include "config.h"
-#include "transport/dcon.h"
 #include "log.h"
 #include "session.h"
 #include "support.h"
+#include "transport/dcon.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -33,6 +33,7 @@ void qapi::Prepare_Connection(DCON_DESCR& descr)
     descr.pLog_Mss = nullptr;
     descr.id_ptr = Glb_DS_Id;
     descr.id_len = 1;
+    descr.expire_time = 0;
 }
 
 // A stop record of the last session may still lie in a ring; it would end the new session's threads at once. The
@@ -42,7 +43,7 @@ void qapi::Prepare_Rings()
 {
     Glb_Send_Mss->Initialize();
     Glb_Recv_Mss->Initialize();
-    DCON_Clear_Request(glb_DCon_DESCR);
+    DCON_Clear_Request(*glb_DCon_DESCR);
 }
 
 int CQcApi::Initialize()
@@ -59,17 +60,17 @@ int CQcApi::Initialize()
     LOG_Init(QAPI_LOG_FILE_NAME, directory.data());
     COMMON_Fill_Version_General_Info(QAPI_DESCRIPTION, QAPI_STR_VERSION);
     LOG_Text("%s", Glb_General_Info);
-    Prepare_Connection(glb_DCon_DESCR);
+    Prepare_Connection(*glb_DCon_DESCR);
 
     std::string path = *L_dir_name + "/" + QAPI_CONFIG_FILE_NAME;
     if (const int code = Read_Conf_File(path.data()); code != 0) {
         return code;
     }
     if (dest_port != 0) {
-        glb_DCon_DESCR.fhost[0] = inet_addr(dest_host);
-        glb_DCon_DESCR.tcp_port[0] = static_cast<std::uint16_t>(dest_port);
+        glb_DCon_DESCR->fhost[0] = inet_addr(dest_host);
+        glb_DCon_DESCR->tcp_port[0] = static_cast<std::uint16_t>(dest_port);
         glb_dss_counter = 1;
-        glb_DCon_DESCR.number_of_hosts = 1;
+        glb_DCon_DESCR->number_of_hosts = 1;
     }
     COMMON_Find_IP_LocalHost(); // here, since a dead name server would hold the reader up at each reconnection
     RLE_init(RLE_MAX_LEN);

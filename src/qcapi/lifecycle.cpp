@@ -7,12 +7,12 @@
 
 #include "arrm.h"
 #include "config.h"
-#include "transport/dcon.h"
 #include "lifecycle_gate.h"
 #include "log.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
+#include "transport/dcon.h"
 
 #include <algorithm>
 #include <array>
@@ -69,7 +69,7 @@ void post_stop(CMss_Arr& ring)
 // then waits in vain for the log thread, as that role's users are told.
 void request_stop(int role)
 {
-    DCON_Request(glb_DCon_DESCR, DCON_NEXT_STATE_TERMINATE);
+    DCON_Request(*glb_DCon_DESCR, DCON_NEXT_STATE_TERMINATE);
     if (role == QAPI_INITIALIZED) {
         post_stop(*Glb_Log_Mss);
         post_stop(*Glb_Recv_Mss);
@@ -133,7 +133,7 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
     Be_Master_Thread();
     Set_Report_Host_Sink(tell_host_of_report);
     COMMON_Adjust_Time(0);
-    Prepare_Connection(glb_DCon_DESCR);
+    Prepare_Connection(*glb_DCon_DESCR);
 }
 
 CQcApi::~CQcApi()
@@ -209,7 +209,7 @@ int CQcApi::Connect(char* thost, int tport, char* /*conf_data*/, int /*conf_code
 
 int CQcApi::Report_Already_Initialized()
 {
-    char* text = Get_Error_Text(QAPI_ERR_ALREADY_INITIALIZED_TXT, DCON_Status_Word(glb_DCon_DESCR.DCON_state));
+    char* text = Get_Error_Text(QAPI_ERR_ALREADY_INITIALIZED_TXT, DCON_Status_Word(glb_DCon_DESCR->DCON_state));
     LOG_Text("%s", text);
     CallReportError(QAPI_ERR_ALREADY_INITIALIZED, text, QAPI_NEXT_ACTION_CONTINUE, 0);
     return QAPI_ERR_ALREADY_INITIALIZED;
@@ -219,8 +219,8 @@ void CQcApi::Start_Threads(void* (*reader)(void*))
 {
     Start_Worker(glb_thread_log, LOG_Process, nullptr);
     Start_Worker(glb_thread_read, reader, nullptr);
-    Start_Worker(glb_thread_send, DCON_Do_Send, &glb_DCon_DESCR);
-    Start_Worker(glb_thread_dcon, DCON_Init, &glb_DCon_DESCR);
+    Start_Worker(glb_thread_send, DCON_Do_Send, &*glb_DCon_DESCR);
+    Start_Worker(glb_thread_dcon, DCON_Init, &*glb_DCon_DESCR);
 }
 
 int CQcApi::Logout()

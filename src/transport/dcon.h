@@ -34,19 +34,19 @@ inline constexpr int DCON_NEXT_STATE_RESTART = 2;
 
 // Seconds.
 inline constexpr int DCON_SLEEP_TIME = 1;
-inline constexpr int DCON_TICKING_SPAN_TIME = 2;       // between two looks at an open connection
-inline constexpr int DCON_LISTENER_SPAN_TIME = 5;      // the same for a listener
-inline constexpr int DCON_SHORT_CONNECTION_TIME = 15;  // a connection that falls earlier is a failed attempt
-inline constexpr int DCON_LAST_RECORDS_TIME = 2;       // for the sender to finish when the session stops
+inline constexpr int DCON_TICKING_SPAN_TIME = 2;        // between two looks at an open connection
+inline constexpr int DCON_LISTENER_SPAN_TIME = 5;       // the same for a listener
+inline constexpr int DCON_SHORT_CONNECTION_TIME = 15;   // a connection that falls earlier is a failed attempt
+inline constexpr int DCON_LAST_RECORDS_TIME = 2;        // for the sender to finish when the session stops
 extern std::atomic<unsigned> Glb_connection_retry_wait; // behind a failed attempt; nothing changes it
 
-inline constexpr int DCON_MAX_CONNECT_CHECKS = 5;  // looks at a connect that is under way, a second apart
-inline constexpr int DCON_MAX_HOST_ATTEMPTS = 3;   // failures of one host above which the next one's turn comes
+inline constexpr int DCON_MAX_CONNECT_CHECKS = 5; // looks at a connect that is under way, a second apart
+inline constexpr int DCON_MAX_HOST_ATTEMPTS = 3;  // failures of one host above which the next one's turn comes
 
 namespace qapi {
 
-// A lock whose waiters come in turn: whoever gives it up and wants it again at once, as the connection thread does under
-// heavy traffic, comes behind the one that waits.
+// A lock whose waiters come in turn: whoever gives it up and wants it again at once, as the connection thread does
+// under heavy traffic, comes behind the one that waits.
 class CAPABILITY("mutex") FairMutex
 {
 public:
@@ -83,8 +83,8 @@ class WakeUp
 public:
     void Open();
     void Close();
-    void Ring();                       // from any thread
-    void Drain();                      // by the connection thread
+    void Ring();                                                  // from any thread
+    void Drain();                                                 // by the connection thread
     [[nodiscard]] int Descriptor() const { return m_descriptor; } // for the connection thread
 
 private:
@@ -162,20 +162,33 @@ void DCON_Attend(DCON_DESCR& descr);
 
 namespace qapi {
 
-// ---- What the two share (dcon.cpp)
+// ---- What the two share (dcon.cpp), for the connection thread alone
 
-// Waits for the socket (`events` of poll, 0 for none) or for a request, at most so long.
-void Wait_For_Socket(DCON_DESCR& descr, short events, int seconds);
+// Waits for the socket (`events` of poll), for a request or for the end of the connection, at most so long. Returns
+// whether the socket has something to look at.
+bool Wait_For_Socket(DCON_DESCR& descr, short events, int seconds);
 
-// Lets the pause of `seconds` pass; a request to end cuts it short.
+// What an open connection is waited for: its data, and room for ours if the system refused some.
+short Events_Of_Interest(const DCON_DESCR& descr);
+
+// Lets so many seconds pass; a request to end cuts them short.
 void Pause(DCON_DESCR& descr, int seconds);
 
-// Reads, sends, watches: Control and Sock_Check. Returns the state behind it.
+// Reads, sends, watches: Control and Sock_Check. Returns the socket's state.
 int Look_At_Socket(DCON_DESCR& descr);
 
-// Everything between a request to end and the end of the thread.
-void Let_Sender_Finish(DCON_DESCR& descr);
-void Post_Stop_Records(DCON_DESCR& descr);
-void Close_And_Wait(DCON_DESCR& descr);
+// Closes with the reason of this end, if nobody else has begun to.
+void Close_Socket(DCON_DESCR& descr);
+
+// All that lies between a request to end and the end of the thread: gives the sender some time for what is still to be
+// sent, posts the stop records, closes.
+void End_Connection(DCON_DESCR& descr);
 
 } // namespace qapi
+
+using qapi::Close_Socket;
+using qapi::End_Connection;
+using qapi::Events_Of_Interest;
+using qapi::Look_At_Socket;
+using qapi::Pause;
+using qapi::Wait_For_Socket;

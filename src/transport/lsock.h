@@ -36,8 +36,8 @@ public:
     static int Bind_Listener(int port, bool (*go_on)(void* context), void* context);
     int Listen_On(int bound_socket); // takes the socket, also when it fails
 
-    // To a dotted address. Returns 1 if the connection stood at once. With 0, GetLastError tells whether it is under way
-    // (EAGAIN) or failed; an address of 0 is refused with a report and EINVAL.
+    // To a dotted address. Returns 1 if the connection stood at once. With 0, GetLastError tells whether it is under
+    // way (EAGAIN) or failed; an address of 0 is refused with a report and EINVAL.
     int Connect(const char* ip, int port);
 
     // Gives the connection that was just accepted to `target` and its peer's address to `addr`. Returns 0 if there is
@@ -58,6 +58,7 @@ public:
     static int GetLastError() { return last_error.load(std::memory_order_relaxed); }
     [[nodiscard]] int get_socketssl() const { return socketssl; }
     [[nodiscard]] int Get_Sockfd() const { return sockfd; }
+    [[nodiscard]] int Get_Listen_Port() const { return port; }
 
     // The texts need INET_ADDRSTRLEN bytes; ports are in host order. On failure the text is empty, behind a report.
     int GetSockName(sockaddr* addr, int* addr_len);

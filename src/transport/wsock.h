@@ -29,6 +29,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 inline constexpr int TCP_MAX_BUF_LEN = 60096;          // every frame buffer
 inline constexpr int DTCP_MAX_BUF_LEN = 60000;         // of it in use, and the longest payload
@@ -79,11 +80,11 @@ public:
 
     // ---- For whoever drives the connection, before Connect or Listen
 
-    // Where records go, and the identity they bear. `id` is kept as a pointer. The rings for sending and for the log are
-    // not used.
+    // Where records go, and the identity they bear. `id` is kept as a pointer. The rings for sending and for the log
+    // are not used.
     void Set_Rings(CMss_Arr* recv, CMss_Arr* send, CMss_Arr* log);
     void Set_Identity(const char* id, int id_len);
-    void Set_Send_Mode(unsigned short mode) { mode_to_send = mode; } // from the next connection on
+    void Set_Send_Mode(unsigned short mode) { mode_to_send = mode; }   // from the next connection on
     void Set_Host_Index(std::uint32_t index) { m_host_index = index; } // travels with the records
 
     // To an IPv4 address in network order. The result comes as a record, at once or from Sock_Check.
@@ -113,7 +114,7 @@ public:
 
     // All time-outs from the one that the server gives; 0 gives all 0. Returns 0.
     short SetExpireTime(unsigned short seconds);
-    void UpdateTime(); // restarts the dead-lines after a change of the settings
+    void UpdateTime();                       // restarts the dead-lines after a change of the settings
     static unsigned SetTimeOut(int seconds); // the dead-line that many seconds from now
 
     // ---- Closing
@@ -140,10 +141,11 @@ public:
     // is a copy that the caller took under it.
     static void WaitForSend(int descriptor, long sec, long usec);
 
-    // Runs data through a compressor both ways and throws the result away: for measuring. `m_compressed` 0 or 1 takes
-    // BSD Compress, 2 the Lempel-Ziv coder, anything else zero-word suppression. Returns how often the output was the
-    // larger so far.
+    // Runs data through a compressor both ways and throws the result away, for measuring; with dictionaries of its own.
+    // Set_Compression_Under_Test: 0 or 1 takes BSD Compress, 2 the Lempel-Ziv coder, anything else zero-word
+    // suppression. Returns how often the output was the larger so far.
     unsigned Compression_Test(const char* data, unsigned short len);
+    void Set_Compression_Under_Test(int which) { m_compressed = which; }
 
     void OnAccept(int err) override;
     void OnSend(int err) override;
@@ -162,29 +164,40 @@ private:
     void Connection_Stands();
     int Init_fhost_myip();
     void Start_Dictionaries();
+    void Choose_Forms();
+    void Report_Missing_Dictionaries() const;
 
     // Sending (wsock_send.cpp)
     int Pack(char* frame, unsigned short len);
     int Pack_Compressed(char* frame, unsigned short len);
     int Pack_Both(char* frame, unsigned short len);
     int AdjustCompress(char* mark, char* data, unsigned short len);
+    int Suppress_Zero_Words(const char* data, unsigned short len);
+    int Compress_Bsd(char* data, unsigned short len);
     void DoCheckSend();
-    void Sent_Some(int bytes);
+    void Send_Failed(int error);
+    void One_Send_Is_Enough();
+    void Sent_Some(int count);
 
     // Receiving (wsock_receive.cpp)
     void DoCheckRcv();
+    bool Receive_Once();
     void Received_Some();
     void Receive_Failed(int error);
     void TakeReceived();
-    bool Take_Header(char*& at, int& held);
+    bool Take_Frame(char*& at, int& held);
+    bool Take_Header(const char* header);
+    void Bad_Data(std::string_view discarded);
     void Take_Payload(char* payload, int len);
-    void Bad_Data(const char* held, int len);
+    void Take_Plain(const char* payload, int len);
+    void Take_Bsd(const char* packet, int len);
+    void Take_Encrypted_Bsd(char* packet, int len);
+    void Take_Encrypted_Zero_Words(const char* block, int len);
+    int Restore_Zero_Words(const char* block, int len);
+    static int Decrypt(char* payload, int len, bool* good = nullptr);
+    int Decrypt_For_Dictionary(char* payload, int len);
+    [[nodiscard]] bool Gave_Up() const;
     void Deliver(const char* payload, int len);
-    int Expand_Bsd(char* payload, int len);
-    int Expand_Rle(const char* payload, int len, bool encrypted);
-    static int Decrypt(char* payload, int len);
-    void Feed_Dictionary(const char* payload, int len);
-    void Dictionary_Lost_Close();
 
     // Liveness (wsock_liveness.cpp)
     void Watch_Sending(unsigned now);
@@ -209,8 +222,8 @@ private:
     unsigned num_msg_chk_in = 0;
 
     unsigned short mode_to_send = DEFAULT_MODE_SEND;
-    unsigned short noencrypt = 0;  // of this connection
-    unsigned short nocompress = 0; // of this connection
+    unsigned short noencrypt = 0;               // of this connection
+    unsigned short nocompress = 0;              // of this connection
     unsigned short set_socket_special_send = 0; // never set
 
     char rem_ip[INET_ADDRSTRLEN + 4] = {};
@@ -223,9 +236,9 @@ private:
 
     int m_last_error = 0;
     int do_close_last_reason = 0;
-    int rec_counter = 0;       // inside DoCheckRcv
-    bool m_taking = false;     // inside TakeReceived
-    int extra_time_send = 0;   // the grace period behind a time-out is running
+    int rec_counter = 0;     // inside DoCheckRcv
+    bool m_taking = false;   // inside TakeReceived
+    int extra_time_send = 0; // the grace period behind a time-out is running
     int extra_time_recv = 0;
 
     unsigned timeout_conn = 0; // next alive signal; while closing, the end
@@ -248,7 +261,7 @@ private:
     std::array<char, LEN_MARCA_DTCP - 1> m_discarded_tail{}; // last bytes of the latest discard
     int m_discarded_tail_len = 0;
 
-    int flag_test = 0;  // form of the frame under reception
+    int flag_test = 0;   // form of the frame under reception
     int len_to_recv = 0; // its payload length; 0 while its header is awaited
     int len_recved = 0;  // bytes held in buff_recv
     int info_len = 0;    // bytes queued

@@ -14,11 +14,11 @@ template <typename Table> void clear(Table& table)
 
 void clear_connection()
 {
-    clear(glb_DCon_DESCR.fhost);
-    clear(glb_DCon_DESCR.tcp_port);
-    glb_DCon_DESCR.number_of_hosts = 0;
-    glb_DCon_DESCR.modesend = DEFAULT_MODE_SEND;
-    glb_DCon_DESCR.use_ssl = 0;
+    clear(glb_DCon_DESCR->fhost);
+    clear(glb_DCon_DESCR->tcp_port);
+    glb_DCon_DESCR->number_of_hosts = 0;
+    glb_DCon_DESCR->modesend = DEFAULT_MODE_SEND;
+    glb_DCon_DESCR->use_ssl = 0;
 }
 
 void clear_client()
