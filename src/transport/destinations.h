@@ -6,8 +6,8 @@
 
 inline constexpr int MAX_DEST_ELEMENTS = 300; // of each fixed list
 inline constexpr int NUM_DEST_LIST_TYPES = 5;
-inline constexpr int DEST_SIZE = 4;           // bytes of a primary user's code
-inline constexpr int MAX_GEN_DEST_LEN = 150;  // bytes of the generic list
+inline constexpr int DEST_SIZE = 4;          // bytes of a primary user's code
+inline constexpr int MAX_GEN_DEST_LEN = 150; // bytes of the generic list
 
 // What kind of server a message is for.
 inline constexpr int NORMAL_DEST = 0;
@@ -18,7 +18,7 @@ inline constexpr int DMDI_DEST = 4;
 class CDestinationsList
 {
 public:
-    explicit CDestinationsList(int target);
+    constexpr explicit CDestinationsList(int target) : m_target(target) {}
     CDestinationsList(const CDestinationsList&) = delete;
     CDestinationsList& operator=(const CDestinationsList&) = delete;
 
@@ -41,14 +41,14 @@ public:
 
     // Each reads one element of the list's size; one that begins with a zero byte is refused with 0, and so is one too
     // many, which is reported. 1 if the element is in the list afterwards; a repeated exclusion gives 0 all the same.
-    int Add_in_PU_List(const char* primary_user);   // 4 bytes
+    int Add_in_PU_List(const char* primary_user);      // 4 bytes
     int Add_in_Exclude_List(const char* primary_user); // 4 bytes
-    int Add_in_Branch_List(const char* branch);     // 8 bytes
-    int Add_in_Instit_List(const char* institution); // 4 bytes
-    void Add_in_Group_List(const char* group);      // 8 bytes
+    int Add_in_Branch_List(const char* branch);        // 8 bytes
+    int Add_in_Instit_List(const char* institution);   // 4 bytes
+    void Add_in_Group_List(const char* group);         // 8 bytes
 
-    // Appends one entry, or as many as `len` bytes hold; with `len` 0 the text with its terminator. 0 behind a report if
-    // it doesn't fit.
+    // Appends one entry, or as many as `len` bytes hold; with `len` 0 the text with its terminator. 0 behind a report
+    // if it doesn't fit.
     int Add_in_Gen_To_List(const char* text, int len);
 
     // Forget all addressees and add one.
@@ -65,8 +65,8 @@ public:
     void Add_Group_In_List(const char* elements, int count);
 
 private:
-    static const std::array<int, NUM_DEST_LIST_TYPES> m_sizes;
-    static const std::array<const char*, NUM_DEST_LIST_TYPES> m_ids;
+    static constexpr std::array<int, NUM_DEST_LIST_TYPES> m_sizes{DEST_SIZE, 8, DEST_SIZE, 4, 8};
+    static constexpr std::array<const char*, NUM_DEST_LIST_TYPES> m_ids{"PU", "SU", "XP", "IN", "GR"};
 
     int m_target;
     char m_dest_list[MAX_DEST_ELEMENTS][DEST_SIZE] = {};
@@ -81,7 +81,8 @@ private:
     int m_exclude_dest_elements = 0;
     int m_instit_elements = 0;
     int m_group_elements = 0;
-    std::array<const char*, NUM_DEST_LIST_TYPES> m_adressees;
+    std::array<const char*, NUM_DEST_LIST_TYPES> m_adressees{m_dest_list[0], m_branch_list[0], m_exclude_dest_list[0],
+                                                             m_instit_list[0], m_group_list[0]};
     std::array<int, NUM_DEST_LIST_TYPES> m_numbers{};
 };
 
