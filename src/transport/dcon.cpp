@@ -5,8 +5,6 @@
 #include <array>
 #include <cstring>
 
-const char Glb_DS_Id[] = "D";
-
 DCON_DESCR glb_DCon_DESCR;
 
 const char* DCON_Status_Word(int state)

@@ -50,17 +50,18 @@ unsigned short DCON_Set_Header(MON_MESS_DESTR* out, const char* message, int len
                                int priority);
 
 // What DCON_Skip_Header found.
-inline constexpr int DCON_MESSAGE_DONE = 0;  // a clock check that ended here: nobody else is to see it
-inline constexpr int DCON_MESSAGE_GOOD = 1;  // a message for the reader
-inline constexpr int DCON_MESSAGE_BAD = -1;  // the envelope or the time block doesn't fit its frame
+inline constexpr int DCON_MESSAGE_DONE = 0; // a clock check that ended here: nobody else is to see it
+inline constexpr int DCON_MESSAGE_GOOD = 1; // a message for the reader
+inline constexpr int DCON_MESSAGE_BAD = -1; // the envelope or the time block doesn't fit its frame
 
 // Takes the envelope off: moves *data, *len from the envelope to the message. A clock check is stamped in place on the
-// way, wherefore the bytes must be the caller's to change, and sent on if it has further to go. `source` is the identity
-// of the connection it came from. With DCON_MESSAGE_BAD *data and *len stay.
+// way, wherefore the bytes must be the caller's to change, and sent on if it has further to go. `source` is the
+// identity of the connection it came from. With DCON_MESSAGE_BAD *data and *len stay.
 int DCON_Skip_Header(const char** data, int* len, const char* source);
 
 // Sends a message with envelope and addressees over the open connection, if there is one, and writes it to the running
-// log under `log_text` if that is not empty. The two are alike and each has an area of its own: one thread may use each.
+// log under `log_text` if that is not empty. The two are alike and each has an area of its own: one thread may use
+// each.
 void COM_Send_Pkt(char* message, int len, CDestinationsList* dest, int priority, const char* log_text);
 void COM_Send_Pkt2(char* message, int len, CDestinationsList* dest, int priority, const char* log_text);
 
@@ -71,3 +72,9 @@ extern const char Glb_DS_Id[]; // identity of the data-server connection
 extern const char Glb_BR_Id[]; // of a connection to a broker's machine, which nothing here opens
 
 extern std::atomic<unsigned> glb_num_sent_msgs; // messages that COM_Send_Pkt and COM_Send_Pkt2 have queued
+
+// The socket's state word, or null while there is no connection to look at. Installed by the driver's owner, and taken
+// out before the word goes.
+extern std::atomic<const std::atomic<int>*> COM_sock_state;
+
+extern std::atomic<int> Glb_main_connected; // 1 from the open of the connection to its close; written by the reader
