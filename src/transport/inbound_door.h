@@ -36,3 +36,4 @@ Connection_News Load_News(const char* extra);
 
 using qapi::Connection_News;
 using qapi::Load_News;
+using qapi::Store_News;
