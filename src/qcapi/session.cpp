@@ -12,7 +12,6 @@ Worker_Thread glb_thread_dcon{.name = "qapi-connect"};
 std::atomic<std::uint64_t> glb_master_thread{0};
 
 std::atomic<int> Glb_Log_Flag{0};
-std::atomic<int> Glb_main_connected{0};
 std::atomic<unsigned> Glb_Proc_Flag{0};
 unsigned glb_num_proc_msgs = 0;
 

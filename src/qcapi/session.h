@@ -3,6 +3,7 @@
 
 #include "master_mutex.h"
 #include "process_lifetime.h"
+#include "transport/envelope.h"
 
 #include <atomic>
 #include <cstdint>
@@ -75,7 +76,6 @@ extern Worker_Thread glb_thread_dcon;
 extern std::atomic<std::uint64_t> glb_master_thread;
 
 extern std::atomic<int> Glb_Log_Flag;       // 1 once the primary tables have arrived, until Logout
-extern std::atomic<int> Glb_main_connected; // 1 from the open of the connection to its close
 extern std::atomic<unsigned> Glb_Proc_Flag; // the reader's last eight steps, four bits each, for post-mortem reading
 extern unsigned glb_num_proc_msgs;          // messages that the reader has taken
 

@@ -12,7 +12,8 @@
 //
 // An end stamps from the index it finds up to the next even one and sends the message on: stage 2 where the check
 // begins, 3 and 4 at the far end, 5 back home, which ends it. Seconds are those of local time written as if they were
-// UTC, so the correction takes the far end's time zone along.
+// UTC, so the correction takes the far end's time zone along. A check on whose way this end's zone changed corrects
+// nothing and makes a new one due at once.
 #pragma once
 
 #include <atomic>

@@ -18,7 +18,7 @@ inline constexpr int DMDI_DEST = 4;
 class CDestinationsList
 {
 public:
-    explicit CDestinationsList(int target);
+    constexpr explicit CDestinationsList(int target) : m_target(target) {}
     CDestinationsList(const CDestinationsList&) = delete;
     CDestinationsList& operator=(const CDestinationsList&) = delete;
 
@@ -65,8 +65,8 @@ public:
     void Add_Group_In_List(const char* elements, int count);
 
 private:
-    static const std::array<int, NUM_DEST_LIST_TYPES> m_sizes;
-    static const std::array<const char*, NUM_DEST_LIST_TYPES> m_ids;
+    static constexpr std::array<int, NUM_DEST_LIST_TYPES> m_sizes{DEST_SIZE, 8, DEST_SIZE, 4, 8};
+    static constexpr std::array<const char*, NUM_DEST_LIST_TYPES> m_ids{"PU", "SU", "XP", "IN", "GR"};
 
     int m_target;
     char m_dest_list[MAX_DEST_ELEMENTS][DEST_SIZE] = {};
@@ -81,7 +81,8 @@ private:
     int m_exclude_dest_elements = 0;
     int m_instit_elements = 0;
     int m_group_elements = 0;
-    std::array<const char*, NUM_DEST_LIST_TYPES> m_adressees;
+    std::array<const char*, NUM_DEST_LIST_TYPES> m_adressees{m_dest_list[0], m_branch_list[0], m_exclude_dest_list[0],
+                                                             m_instit_list[0], m_group_list[0]};
     std::array<int, NUM_DEST_LIST_TYPES> m_numbers{};
 };
 

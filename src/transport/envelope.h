@@ -72,3 +72,9 @@ extern const char Glb_DS_Id[]; // identity of the data-server connection
 extern const char Glb_BR_Id[]; // of a connection to a broker's machine, which nothing here opens
 
 extern std::atomic<unsigned> glb_num_sent_msgs; // messages that COM_Send_Pkt and COM_Send_Pkt2 have queued
+
+// The socket's state word, or null while there is no connection to look at. Installed by the driver's owner, and taken
+// out before the word goes.
+extern std::atomic<const std::atomic<int>*> COM_sock_state;
+
+extern std::atomic<int> Glb_main_connected; // 1 from the open of the connection to its close; written by the reader
