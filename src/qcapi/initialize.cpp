@@ -28,6 +28,7 @@ void qapi::Prepare_Connection(DCON_DESCR& descr)
     descr.use_ssl = 0;
     descr.ticking_message = 0;
     descr.DCON_state = 0; // before its thread runs: the reader may tell it to the host earlier
+    COM_sock_state.store(descr.sock_state, std::memory_order_release); // it lives as long as the process
     descr.pRecv_Mss = &*Glb_Recv_Mss;
     descr.pSend_Mss = &*Glb_Send_Mss;
     descr.pLog_Mss = nullptr;

@@ -32,16 +32,16 @@ public:
     // port isn't free yet: Bind_Listener is the slow one, and touches no object.
     int Listen();
     void Close_Before_Listen();
-    // A socket bound to `port`, or -1 behind a report. `go_on` is asked between two tries; null stands for yes.
-    static int Bind_Listener(int port, bool (*go_on)(void* context), void* context);
+    // A socket bound to `listen_port`, or -1 behind a report. `go_on` is asked between two tries; null stands for yes.
+    static int Bind_Listener(int listen_port, bool (*go_on)(void* context), void* context);
     int Listen_On(int bound_socket); // takes the socket, also when it fails
 
     // To a dotted address. Returns 1 if the connection stood at once. With 0, GetLastError tells whether it is under
     // way (EAGAIN) or failed; an address of 0 is refused with a report and EINVAL.
-    int Connect(const char* ip, int port);
+    int Connect(const char* ip, int connect_port);
 
     // Gives the connection that was just accepted to `target` and its peer's address to `addr`. Returns 0 if there is
-    // none. `target` may be the listening socket itself, once it is closed.
+    // none. Closes what `target` has open; `target` may be the listening socket itself.
     int Accept(DAsyncSocket& target, sockaddr* addr, int* addr_len);
 
     int ShutDown(int how);
@@ -51,7 +51,8 @@ public:
 
     // Bytes moved, or -1. A peer that closed looks like a failed read with GetLastError 0; the next Sock_Check calls
     // OnClose. A send that the system refuses for now (EAGAIN) brings OnSend later. A broken connection raises no
-    // signal.
+    // signal. A negative length fails with EINVAL, and so does reading 0 bytes, which would look like a peer that
+    // closed.
     int Receive(void* buf, int len);
     int Send(const void* buf, int len);
 
@@ -60,7 +61,8 @@ public:
     [[nodiscard]] int Get_Sockfd() const { return sockfd; }
     [[nodiscard]] int Get_Listen_Port() const { return port; }
 
-    // The texts need INET_ADDRSTRLEN bytes; ports are in host order. On failure the text is empty, behind a report.
+    // The texts need INET_ADDRSTRLEN bytes; ports are in host order. On failure the text is empty and the port 0,
+    // behind a report.
     int GetSockName(sockaddr* addr, int* addr_len);
     void GetSockName(char* ip, unsigned short& name_port);
     void GetPeerName(char* ip, unsigned short& name_port);
@@ -99,7 +101,10 @@ private:
     void Check_Listening();
     void Check_Connecting();
     void Check_Connected();
-    static void Report_Last_Error(const char* format, int error) __attribute__((format(printf, 1, 0)));
+    void Offer_Connection(int connection, const sockaddr_in& peer); // takes it, also when it fails
+    void Close_New();
+    static int Open_Socket(); // -1 behind a report
+    static int Take_Errno();  // becomes the last error
 
     static std::atomic<int> last_error;
 };
