@@ -64,14 +64,6 @@ TEST_F(ListenTest, ListenerIsNonBlockingAndCloseOnExec)
     EXPECT_EQ(fcntl(socket.Get_Sockfd(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST_F(ListenTest, ListenerTakesThePortThatCreateGot)
-{
-    Take_Port();
-    blocker.Close();
-    EXPECT_EQ(socket.Listen(), 1);
-    EXPECT_EQ(Own_Port(socket.Get_Sockfd()), port);
-}
-
 TEST_F(ListenTest, SecondListenClosesTheFirstSocket)
 {
     Start_Listening();
