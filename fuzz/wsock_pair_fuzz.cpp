@@ -102,7 +102,7 @@ public:
 private:
     void Look()
     {
-        m_socket.Control(WSocket_Test_Access::Receive_Dead_Line(m_socket) - 1);
+        m_socket.Control(0); // no time-out is due
         m_socket.Sock_Check();
         require(m_socket.GetState() == CONN_STATE_OPENED);
     }

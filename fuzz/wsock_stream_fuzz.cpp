@@ -107,7 +107,7 @@ public:
 private:
     bool Look()
     {
-        m_socket.Control(WSocket_Test_Access::Receive_Dead_Line(m_socket) - 1);
+        m_socket.Control(0); // no time-out is due
         m_socket.Sock_Check();
         return Open();
     }
