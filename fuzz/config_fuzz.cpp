@@ -33,7 +33,7 @@ void check_tables()
 {
     require(glb_dss_counter >= 0 && glb_dss_counter <= DCON_MAX_DS_SERVERS);
     require(Glb_markets_code_counter >= 0 && Glb_markets_code_counter <= MAX_NUM_MARKETS_CODE);
-    require(glb_DCon_DESCR.number_of_hosts < DCON_MAX_DS_SERVERS);
+    require(glb_DCon_DESCR->number_of_hosts < DCON_MAX_DS_SERVERS);
     require(Glb_Language >= 0 && Glb_Language <= 2);
     require(std::all_of(std::begin(Glb_access_tables), std::end(Glb_access_tables), is_sound));
     require(Glb_access_tables[MAX_ACCESS_TABLES].table_type == 0);
