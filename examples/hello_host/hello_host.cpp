@@ -1,8 +1,13 @@
-// The smallest host: writes a configuration, logs in, prints every callback with a time stamp, and logs out.
+// The smallest host: writes a configuration, logs in, prints every callback with a time stamp, and logs out when it
+// reads a q, or its standard input ends.
 //
-//   hello_host [DIRECTORY]    the directory that holds qapi.cfg and qapi.log; a new one under /tmp if none is given
+//   hello_host [DIRECTORY [PORT...]]
+//
+//   DIRECTORY    holds qapi.cfg and qapi.log; a new one under /tmp if none is given
+//   PORT         of a server on this machine; several are tried in turn. 7001 if none is given
 #include <qcapi/qcapi.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -12,6 +17,7 @@
 #include <fstream>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -26,6 +32,7 @@ void say(const char* format, auto... values)
     std::printf("%02d:%02d:%02d.%03d  ", local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(milliseconds));
     std::printf(format, values...);
     std::printf("\n");
+    std::fflush(stdout); // whoever reads this from a pipe reads along
 }
 
 class HelloHost : public CQcApi
@@ -52,10 +59,15 @@ public:
     }
 };
 
-bool write_configuration()
+bool write_configuration(const std::vector<std::string>& ports)
 {
     std::ofstream file("qapi.cfg");
-    file << "# who this is, and which server it belongs to\n"
+    file << "# where to connect: each address is followed by its port\n";
+    for (const std::string& port : ports) {
+        file << "ds_ip_address = 127.0.0.1\nds_tcp_port = " << port << "\n";
+    }
+    file << "send_mode = 1\n"
+            "# who this is, and which server it belongs to\n"
             "data_server = DSAB\n"
             "local_code  = L001\n"
             "user_code   = U001\n"
@@ -71,11 +83,15 @@ int main(int argc, char** argv)
 {
     char fresh[] = "/tmp/hello_host-XXXXXX";
     const char* directory = argc > 1 ? argv[1] : mkdtemp(fresh);
+    std::vector<std::string> ports(argv + std::min(argc, 2), argv + argc);
+    if (ports.empty()) {
+        ports.emplace_back("7001");
+    }
     std::error_code failed;
     if (directory != nullptr) {
         std::filesystem::current_path(directory, failed);
     }
-    if (directory == nullptr || failed || !write_configuration()) {
+    if (directory == nullptr || failed || !write_configuration(ports)) {
         std::fprintf(stderr, "hello_host: no writable directory\n");
         return 1;
     }
@@ -91,8 +107,8 @@ int main(int argc, char** argv)
     if (code != 0) {
         return 1;
     }
-    char chat[] = "Chat";
-    say("TakeMessage        returned %d", host.TakeMessage(chat, 1));
+    for (int key = 0; key != 'q' && key != EOF; key = std::getchar()) { // the library's own threads do everything
+    }
     say("Logout returned    %d", host.Logout());
     return 0;
 }

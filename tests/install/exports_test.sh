@@ -24,9 +24,9 @@ done
 leaked=$(grep -Ev '^[A-Za-z] (CQcApi::|(vtable|typeinfo|typeinfo name) for CQcApi$|Cur_Qapi$)' <<<"$exported" || true)
 [ -z "$leaked" ] || fail "exported beside the interface:"$'\n'"$leaked"
 
-own='CQcApi|CMss_Arr|CvArray|Mss_Rec|Cur_Qapi|(COMMON|CONF|DCON|LOG|QAPI|QCAPI|THRCT)_|[Gg](lb|bl)_|L_|Do_m?Sleep|L_Get'
+own='CQcApi|CMss_Arr|CvArray|CDestinationsList|DAsyncSocket|WSocket|Mss_Rec|Cur_Qapi|(COM|COMMON|CONF|DCON|WSOCK|LOG|QAPI|QCAPI|THRCT)_|[Gg](lb|bl)_|L_|Do_m?Sleep|L_Get'
 own+='|(calc|bsd|RLE)_|GM(Nt|Mx|Num|Dec|Comma)|GetCompilationPlatform|tolowerstr|str_isnum|[A-Z0-9]+_[A-Z0-9_]+$'
 common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
-    grep -Ev "^($own)|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for CQcApi$" || true)
+    grep -Ev "^($own)|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for (CQcApi|DAsyncSocket|WSocket)$" || true)
 [ -z "$common" ] || fail "names of the archive that a host may have too:"$'\n'"$common"
 echo "$(wc -l <<<"$exported") symbols, all of the interface; the archive's names are its own"
