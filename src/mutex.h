@@ -1,6 +1,6 @@
 // A mutex whose rules the compiler can check: clang's -Wthread-safety reads these annotations, other compilers skip
 // them. Lock order, outermost first: master_mutex, mutex_lock, a ring's m_lock_collect or m_lock_withdraw, a ring's
-// m_lock. The log's file lock may be held while taking a ring's locks.
+// m_lock. The log's file lock and DCON_lock may be held while taking a ring's locks.
 #pragma once
 
 #include <mutex>

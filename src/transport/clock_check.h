@@ -24,7 +24,8 @@ inline constexpr int TIME_BLOCK_OFFSET = 97;          // in the message
 inline constexpr int TIME_BLOCK_LEN = 74;
 
 // Second of the transport's clock (transport/transport_clock.h) behind which the next check is due. Written by whoever
-// begins or ends a check, which is the connection thread.
+// begins or ends a check: the connection thread, or the sender while it helps a stalled socket, under DCON_lock or
+// alone.
 extern std::atomic<unsigned> L_next_check_time;
 
 // Second of the next tick record; a check that ends makes one due.
