@@ -59,6 +59,48 @@ constinit ProcessLifetime<CMss_Arr> Glb_Recv_Mss{make_library_ring};
 constinit ProcessLifetime<CMss_Arr> Glb_Log_Mss{make_library_ring};
 
 // A ring has at least the one slot that is never in use.
+namespace {
+
+thread_local PostsHeld* outermost_hold = nullptr;
+
+} // namespace
+
+PostsHeld::PostsHeld()
+{
+    if (outermost_hold == nullptr) {
+        outermost_hold = this;
+    }
+}
+
+PostsHeld::~PostsHeld()
+{
+    if (outermost_hold != this) {
+        return;
+    }
+    outermost_hold = nullptr;
+    for (const Due& due : m_due) {
+        for (unsigned i = 0; i < due.posts; ++i) {
+            sem_post(&due.ring->m_sem);
+        }
+    }
+}
+
+// True if the ring's post waits in this thread's hold.
+bool PostsHeld::Holds(CMss_Arr& ring)
+{
+    if (outermost_hold == nullptr) {
+        return false;
+    }
+    for (Due& due : outermost_hold->m_due) {
+        if (due.ring == nullptr || due.ring == &ring) {
+            due.ring = &ring;
+            ++due.posts;
+            return true;
+        }
+    }
+    return false;
+}
+
 CMss_Arr::CMss_Arr(int num_recs, int rec_len, int type) : m_rec_len(std::max(rec_len, 0)), m_type(type)
 {
     sem_init(&m_sem, 0, 0);
@@ -309,6 +351,13 @@ void CMss_Arr::Publish(int len, unsigned step)
         Trace(step + trace_exit);
     }
     if (posted) {
+        Post();
+    }
+}
+
+void CMss_Arr::Post()
+{
+    if (!PostsHeld::Holds(*this)) {
         sem_post(&m_sem);
     }
 }

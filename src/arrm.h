@@ -9,6 +9,7 @@
 #include "mutex.h"
 #include "process_lifetime.h"
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -37,6 +38,10 @@ struct Mss_Rec
     char extra_data[CMSS_EXTRA_LEN] = {}; // bytes carried beside the message
     int touched = 0;                      // bytes of buf that may differ from zero; all behind them are zero
 };
+
+namespace qapi {
+class PostsHeld;
+}
 
 class CMss_Arr
 {
@@ -118,6 +123,9 @@ private:
     void Advance_Withdraw() REQUIRES(m_lock);
     void Count_Removed(int len, std::atomic<unsigned>& removed) REQUIRES(m_lock);
 
+    friend class qapi::PostsHeld;
+    void Post();
+
     bool Try_Wait();
     void Reset() REQUIRES(m_lock);
     int Gather(int status) REQUIRES(m_lock);
@@ -150,6 +158,37 @@ private:
     std::atomic<unsigned> m_data_packets{0};
     bool m_lent GUARDED_BY(m_lock) = false; // a consumer reads the oldest record
 };
+
+namespace qapi {
+
+// While one stands on a thread's stack, records that this thread produces wake no consumer; all that are due are woken
+// when the outermost goes. For whoever produces under a lock that consumers want next: woken at once, they would run
+// into it. Declare it before the lock. The records themselves are in their rings at once.
+class PostsHeld
+{
+public:
+    PostsHeld();
+    ~PostsHeld();
+    PostsHeld(const PostsHeld&) = delete;
+    PostsHeld& operator=(const PostsHeld&) = delete;
+
+private:
+    friend class ::CMss_Arr;
+
+    struct Due
+    {
+        CMss_Arr* ring = nullptr;
+        unsigned posts = 0;
+    };
+
+    static bool Holds(CMss_Arr& ring);
+
+    std::array<Due, 3> m_due{}; // a ring that finds no place here posts at once
+};
+
+} // namespace qapi
+
+using qapi::PostsHeld;
 
 // Outbound messages (taken by the sender thread), inbound messages and connection news (reader thread), lines and
 // message copies for the running log (log thread).

@@ -14,7 +14,7 @@
 
 ProcessLifetime<DCON_DESCR> glb_DCon_DESCR([] { return new DCON_DESCR; });
 
-std::atomic<unsigned> Glb_connection_retry_wait{DCON_SLEEP_TIME};
+std::atomic<unsigned> Glb_connection_retry_wait{DEFAULT_CONNECTION_RETRY_WAIT};
 
 const char* DCON_Status_Word(int state)
 {
@@ -88,8 +88,8 @@ namespace {
 void prepare_socket(DCON_DESCR& descr)
 {
     const TransportLock lock(descr.DCON_lock);
-    const bool no_port = descr.fhost[0] != 0 && descr.tcp_port[0] == 0;
-    descr.DWsock.Create(no_port ? 0 : descr.tcp_port[0], descr.use_ssl);
+    const int listen_port = descr.fhost[0] == 0 ? descr.tcp_port[0] : 0; // a client listens nowhere
+    descr.DWsock.Create(listen_port, descr.use_ssl);
     descr.DWsock.Set_Send_Mode(static_cast<unsigned short>(descr.modesend));
     descr.DWsock.Set_Rings(descr.pRecv_Mss, descr.pSend_Mss, descr.pLog_Mss);
     descr.DWsock.Set_Identity(descr.id_ptr, descr.id_len);
@@ -197,8 +197,8 @@ void qapi::Pause(DCON_DESCR& descr, int seconds)
 int qapi::Look_At_Socket(DCON_DESCR& descr)
 {
     const TransportLock lock(descr.DCON_lock);
-    descr.DWsock.Control(Transport_Seconds());
-    descr.DWsock.Sock_Check();
+    descr.DWsock.Control(Transport_Seconds()); // reads what there is
+    descr.DWsock.Sock_Check(false);
     return descr.DWsock.GetState();
 }
 

@@ -34,6 +34,7 @@ inline constexpr int DCON_NEXT_STATE_RESTART = 2;
 
 // Seconds.
 inline constexpr int DCON_SLEEP_TIME = 1;
+inline constexpr int DEFAULT_CONNECTION_RETRY_WAIT = DCON_SLEEP_TIME;
 inline constexpr int DCON_TICKING_SPAN_TIME = 2;        // between two looks at an open connection
 inline constexpr int DCON_LISTENER_SPAN_TIME = 5;       // the same for a listener
 inline constexpr int DCON_SHORT_CONNECTION_TIME = 15;   // a connection that falls earlier is a failed attempt
@@ -63,7 +64,8 @@ private:
     std::mutex m_lock;
 };
 
-// Holds the lock. Reports raised meanwhile are delivered behind it: delivering waits for the host.
+// Holds the lock. Reports raised meanwhile are delivered behind it, since delivering waits for the host, and so are
+// consumers of the rings woken, since the next thing that a reader and the sender do is to want the lock.
 class SCOPED_CAPABILITY TransportLock
 {
 public:
@@ -73,7 +75,8 @@ public:
     TransportLock& operator=(const TransportLock&) = delete;
 
 private:
-    ReportHold m_reports; // destroyed behind the body of the destructor, and so behind the unlock
+    ReportHold m_reports; // these two go behind the body of the destructor, and so behind the unlock
+    PostsHeld m_posts;
     FairMutex& m_mutex;
 };
 

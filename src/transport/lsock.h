@@ -74,7 +74,8 @@ public:
 
     int SockErr(); // the socket's pending error, cleared by reading; 0 behind a report if it can't be read
 
-    void Sock_Check();
+    // `look_for_data` false leaves out the look for something to read, for a caller that has just read all there was.
+    void Sock_Check(bool look_for_data = true);
 
 protected:
     // Bits of wstate.
@@ -100,7 +101,7 @@ private:
 
     void Check_Listening();
     void Check_Connecting();
-    void Check_Connected();
+    void Check_Connected(bool look_for_data);
     void Offer_Connection(int connection, const sockaddr_in& peer); // takes it, also when it fails
     void Close_New();
     static int Open_Socket(); // -1 behind a report

@@ -1,7 +1,7 @@
 // The pump: which event a look at the socket finds, and what the handlers do for a class that doesn't override them.
 #include "transport/lsock.h"
 
-void DAsyncSocket::Sock_Check()
+void DAsyncSocket::Sock_Check(bool look_for_data)
 {
     if ((wstate & state_listening) != 0) {
         Check_Listening();
@@ -10,7 +10,7 @@ void DAsyncSocket::Sock_Check()
     } else if ((wstate & state_peer_closed) != 0) {
         OnClose(0);
     } else {
-        Check_Connected();
+        Check_Connected(look_for_data);
     }
 }
 
@@ -42,14 +42,14 @@ void DAsyncSocket::Check_Connecting()
     OnConnect(error);
 }
 
-void DAsyncSocket::Check_Connected()
+void DAsyncSocket::Check_Connected(bool look_for_data)
 {
     if ((wstate & state_send_refused) != 0 && CouldSend() > 0) {
         wstate &= ~state_send_refused;
         OnSend(SockErr());
     }
     // The handler may have closed the socket, or begun another connection.
-    if ((wstate & (state_connecting | state_no_socket | state_never_set)) == 0 && CouldReceive() > 0) {
+    if (look_for_data && (wstate & (state_connecting | state_no_socket | state_never_set)) == 0 && CouldReceive() > 0) {
         OnReceive(0);
     }
 }
