@@ -182,9 +182,11 @@ TEST_F(WSocketLiveness, EmptyQueueHasNoSendTimeOut)
 {
     Open();
     Send("abc");
-    At_With_Alive_Signal(50);
-    At_With_Alive_Signal(100);
+    system.advance_seconds(41);
+    socket.UpdateTime(); // no alive signal is due
+    socket.Control(start + 41);
     EXPECT_EQ(Take_Statuses(), Statuses{});
+    EXPECT_EQ(Wire(), MakeFrame("DTCP", "abc"));
 }
 
 // ---- Settings

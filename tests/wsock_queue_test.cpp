@@ -113,6 +113,16 @@ TEST_F(WSocketQueue, WithTheSslSettingNothingIsPendingBehindAWholeFrame)
     EXPECT_EQ(DAsyncSocket_Test_Access(socket).State(), 0);
 }
 
+TEST_F(WSocketQueue, NothingIsTriedOnceTheConnectionCloses)
+{
+    Open();
+    Queue("never sent");
+    socket.DoClose(1);
+    socket.Send_Queued();
+    EXPECT_EQ(Wire(), "");
+    EXPECT_EQ(Take_Statuses(), Statuses{});
+}
+
 TEST_F(WSocketQueue, BrokenStreamIsToldAndClosesForReasonEight)
 {
     Open();
