@@ -57,6 +57,19 @@ TEST_F(WSocketClose, ControlAloneSeesThatThePeerClosesToo)
     EXPECT_EQ(Take_Closing_Text(), "1");
 }
 
+TEST_F(WSocketClose, EndBehindTheLastDataIsSeenWithThem)
+{
+    Connect_To_Peer();
+    socket.DoClose(1);
+    peer.send_message("last words");
+    peer.close();
+    Await(socket.Get_Sockfd(), POLLRDHUP);
+    At(1);
+    EXPECT_EQ(Take_Messages(), Texts{Delivered("last words")});
+    Look();
+    EXPECT_EQ(Take_Closing_Text(), "1");
+}
+
 TEST_F(WSocketClose, ResetWhileClosingEndsAtOnce)
 {
     Connect_To_Peer();

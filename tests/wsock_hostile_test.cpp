@@ -1,5 +1,6 @@
 // What a peer must not send: bad marks and lengths, bad content, and a dictionary out of step.
 #include "compress/bsd.h"
+#include "compress/rle.h"
 #include "support/report_texts.h"
 #include "support/wsock_fixture.h"
 
@@ -157,8 +158,10 @@ TEST_F(WSocketHostile, BytesBehindABlockMeanNothing)
         Open();
         std::string block = encoder.Encode(MakeEnvelope(message)).payload;
         block.resize(len, '#');
+        std::memset(Inside::Work_Buffer(socket), 0xEE, TCP_MAX_BUF_LEN);
         Feed(MakeFrame("DTRC", block));
         EXPECT_EQ(Take_Messages(), Texts{Delivered(message)}) << len;
+        EXPECT_EQ(Inside::Work_Buffer(socket)[RLE_MAX_LEN], '\xEE') << len;
     }
 }
 
@@ -255,6 +258,14 @@ TEST_F(WSocketHostile, CloseForAnotherReasonStillDeliversWithoutTheDictionary)
     EXPECT_EQ(Take_Messages(), Texts{Delivered("message")});
 }
 
+TEST_F(WSocketHostile, CloseForThatReasonWithTheDictionaryInStepStillDelivers)
+{
+    Open();
+    socket.DoClose(7);
+    Feed_Envelope("message");
+    EXPECT_EQ(Take_Messages(), Texts{Delivered("message")});
+}
+
 TEST_F(WSocketHostile, WhatCannotBeDecryptedAndFeedsTheDictionaryLosesIt)
 {
     std::string sealed = Sealed(encoder.Encode(MakeEnvelope(Compressible(300))).payload);
@@ -289,6 +300,15 @@ TEST_F(WSocketHostile, DiscardWithAMarkThatFeedsTheDictionaryLosesIt)
             Feed(std::string(ahead, 'X') + mark);
             EXPECT_TRUE(Inside::Dictionary_Lost(socket)) << mark;
         }
+    }
+}
+
+TEST_F(WSocketHostile, SuchAMarkIsFoundBehindOthersAndInsideThem)
+{
+    for (const char* discard : {"XXDTXDTBC", "XXDTCPDTBC", "XXDTDTBC", "XXDTBDTBC"}) {
+        Open();
+        Feed(discard);
+        EXPECT_TRUE(Inside::Dictionary_Lost(socket)) << discard;
     }
 }
 

@@ -72,6 +72,17 @@ TEST_F(WSocketLife, PeersEndIsItsOwnAddress)
     EXPECT_EQ(socket.Get_My_Ip(), inet_addr("127.0.0.2"));
 }
 
+TEST_F(WSocketLife, FirstTrafficEndsNoSilence)
+{
+    Connect_To_Peer();
+    peer.send(AliveFrame());
+    Look_When_Readable();
+    Send("abc");
+    EXPECT_EQ(socket.Alive_Signals_Received(), 1U);
+    EXPECT_EQ(Inside::Longest_Silence_Received(socket), 0);
+    EXPECT_EQ(Inside::Longest_Silence_Sent(socket), 0);
+}
+
 TEST_F(WSocketLife, RefusedConnectIsToldByTheNextLook)
 {
     const Descriptor nobody = Bound_Socket();
@@ -204,7 +215,9 @@ TEST_F(WSocketLife, AcceptedConnectionCompressesWithAnEmptyDictionaryInItsMode)
 
 TEST_F(WSocketLife, ListenerOfAnotherMakingServesToo)
 {
-    socket.Set_Identity("D", 1);
+    Connect_To_Peer();
+    socket.ForceClose();
+    Take_Statuses();
     const int bound = DAsyncSocket::Bind_Listener(0, nullptr, nullptr);
     EXPECT_EQ(socket.Listen_On(bound), 1);
     EXPECT_EQ(socket.GetState(), CONN_NO_STATE);

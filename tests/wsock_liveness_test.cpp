@@ -363,29 +363,14 @@ TEST_F(WSocketLiveness, LongestSilenceIsAtMostThatOfAShort)
     EXPECT_EQ(Inside::Longest_Silence_Sent(socket), 32'767);
 }
 
-// ---- Waiting
-
-TEST_F(WSocketLiveness, WaitForSendWithoutASocketSleepsThatLong)
+TEST_F(WSocketLiveness, ClockThatFallsBackMakesNoSilence)
 {
-    WSocket::WaitForSend(-1, 2, 500'000);
-    EXPECT_EQ(system.waits(), std::vector<std::int64_t>{2'500'000});
-}
-
-TEST_F(WSocketLiveness, WaitForSendLooksWhetherTheSocketTakesData)
-{
-    static pollfd asked{};
-    static timeval longest{};
-    system.calls.wait_ready = [](pollfd* descriptors, unsigned count, timeval span) {
-        asked = descriptors[count - 1];
-        longest = span;
-        return 1;
-    };
-    WSocket::WaitForSend(7, 2, 500'000);
-    EXPECT_EQ(asked.fd, 7);
-    EXPECT_EQ(asked.events, POLLOUT);
-    EXPECT_EQ(longest.tv_sec, 2);
-    EXPECT_EQ(longest.tv_usec, 500'000);
-    EXPECT_EQ(system.waits().size(), 0U);
+    Open();
+    Fall_To(1'000, start - 100);
+    Feed(AliveFrame());
+    Send("abc");
+    EXPECT_EQ(Inside::Longest_Silence_Received(socket), 0);
+    EXPECT_EQ(Inside::Longest_Silence_Sent(socket), 0);
 }
 
 } // namespace

@@ -135,4 +135,29 @@ TEST_F(WSocketQueue, BrokenStreamIsToldAndClosesForReasonEight)
     EXPECT_EQ(Take_Closing_Text(), "Closed by this host, after a tcp-ip error encountered when sending");
 }
 
+// ---- Waiting
+
+TEST_F(WSocketQueue, WaitForSendWithoutASocketSleepsThatLong)
+{
+    WSocket::WaitForSend(-1, 2, 500'000);
+    EXPECT_EQ(system.waits(), std::vector<std::int64_t>{2'500'000});
+}
+
+TEST_F(WSocketQueue, WaitForSendLooksWhetherTheSocketTakesData)
+{
+    static pollfd asked{};
+    static timeval longest{};
+    system.calls.wait_ready = [](pollfd* descriptors, unsigned count, timeval span) {
+        asked = descriptors[count - 1];
+        longest = span;
+        return 1;
+    };
+    WSocket::WaitForSend(7, 2, 500'000);
+    EXPECT_EQ(asked.fd, 7);
+    EXPECT_EQ(asked.events, POLLOUT);
+    EXPECT_EQ(longest.tv_sec, 2);
+    EXPECT_EQ(longest.tv_usec, 500'000);
+    EXPECT_EQ(system.waits().size(), 0U);
+}
+
 } // namespace

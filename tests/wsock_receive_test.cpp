@@ -97,6 +97,34 @@ TEST_F(WSocketReceive, FramesBehindTheLongestOneComeInTheSameLook)
     EXPECT_EQ(Take_Messages(), expected);
 }
 
+TEST_F(WSocketReceive, NothingIsReadBehindTheInboundBuffer)
+{
+    Open();
+    std::memset(Inside::Work_Buffer(socket), 0xEE, TCP_MAX_BUF_LEN);
+    const std::string frame = MakeFrame("DTCP", MakeEnvelope(Noise(60'000 - 19)));
+    Feed(frame + frame);
+    EXPECT_EQ(Take_Messages().size(), 2U);
+    EXPECT_EQ(std::string(Inside::Work_Buffer(socket), TCP_MAX_BUF_LEN), std::string(TCP_MAX_BUF_LEN, '\xEE'));
+}
+
+// Each of these frames takes two reads.
+TEST_F(WSocketReceive, PeerThatSendsFasterThanIsTakenGetsEightReadsALook)
+{
+    Open();
+    const int room = 400'000;
+    setsockopt(stream->Far(), SOL_SOCKET, SO_SNDBUF, &room, sizeof room);
+    const std::string frame = MakeFrame("DTCP", MakeEnvelope(Noise(60'000 - 19)));
+    for (int i = 0; i < 5; ++i) {
+        if (stream->Write(frame) != frame.size()) {
+            GTEST_SKIP() << "the system's buffers are too small";
+        }
+    }
+    Look();
+    EXPECT_EQ(Take_Messages().size(), 4U);
+    Look();
+    EXPECT_EQ(Take_Messages().size(), 1U);
+}
+
 // ---- Alive signals
 
 TEST_F(WSocketReceive, AliveSignalIsCountedAndGivesNoRecord)
