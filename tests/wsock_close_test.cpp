@@ -140,6 +140,21 @@ TEST_F(WSocketClose, WhatThePeerSendsRightBeforeItClosesIsDelivered)
     EXPECT_EQ(records[1].text(), peer_closed);
 }
 
+TEST_F(WSocketClose, ExtraTimeOfSendingEndsSilentlyWithItsConnection)
+{
+    Connect_To_Peer();
+    Send("first");
+    peer.receive_frame();
+    Queue("never sent");
+    At(41);
+    EXPECT_EQ(Take_Statuses(), Statuses{30});
+    peer.close();
+    See_Closing();
+    EXPECT_EQ(Take_Closing_Text(), peer_closed);
+    socket.UpdateTime();
+    EXPECT_EQ(Take_Statuses(), Statuses{});
+}
+
 TEST_F(WSocketClose, ResetIsToldWithItsErrorAndIsReasonSeven)
 {
     Connect_To_Peer();

@@ -127,6 +127,15 @@ TEST_F(WSocketLife, ConnectionToItselfIsClosedWithoutAText)
     Expect_To_Itself();
 }
 
+TEST_F(WSocketLife, ConnectionToItselfIsFoundAtEveryAddress)
+{
+    Descriptor itself = Bound_To("127.0.0.2", 0);
+    const int port = Own_Port(itself.Number());
+    Connect_To(itself, "127.0.0.2", port);
+    Stand_On(std::move(itself));
+    Expect_To_Itself();
+}
+
 TEST_F(WSocketLife, SamePortOf127001IsTakenForItselfFromAnyAddress)
 {
     const Descriptor listener = Listener();
@@ -168,6 +177,19 @@ TEST_F(WSocketLife, ConnectionStartsItsDeadLinesAndForgetsTheQueueOfTheOneBefore
     Queue("again");
     At(61 + 61);
     EXPECT_EQ(Take_Statuses(), Statuses{17}); // a grace period, and not the end of one
+}
+
+TEST_F(WSocketLife, EachConnectionBeginsWithTwoEmptyDictionaries)
+{
+    peer.send_mode = 2;
+    for (int i = 0; i < 2; ++i) {
+        Connect_To_Peer();
+        Send(Compressible(207));
+        EXPECT_EQ(peer.decoder.Decode(peer.receive_frame()), Compressible(207));
+        peer.send_message(Compressible(300));
+        Look_When_Readable();
+        EXPECT_EQ(Take_Messages(), Texts{Delivered(Compressible(300), 6)});
+    }
 }
 
 TEST_F(WSocketLife, NoExtraTimeOutlivesItsConnection)
@@ -254,6 +276,7 @@ TEST_F(WSocketLife, AcceptWithAnErrorIsToldAndOpensNothing)
     socket.OnAccept(EMFILE);
     EXPECT_EQ(Take_Statuses(), Statuses{7});
     EXPECT_EQ(socket.GetState(), CONN_NO_STATE);
+    EXPECT_EQ(socket.Get_Sockfd(), -1);
 }
 
 } // namespace

@@ -275,6 +275,8 @@ TEST_F(WSocketLiveness, SecondCloseNeitherChangesTheReasonNorTheEnd)
     socket.DoClose(4);
     At(5);
     socket.DoClose(5);
+    At(7);
+    EXPECT_EQ(socket.GetState(), CONN_STATE_CLOSING);
     At(8);
     EXPECT_EQ(Take_Closing_Text(), "Closed by this host, limit time exeeded and couldn't send more data");
 }
