@@ -182,13 +182,14 @@ TEST_F(WSocketLife, ConnectionStartsItsDeadLinesAndForgetsTheQueueOfTheOneBefore
 TEST_F(WSocketLife, EachConnectionBeginsWithTwoEmptyDictionaries)
 {
     peer.send_mode = 2;
-    for (int i = 0; i < 2; ++i) {
+    for (const char letter : {'a', 'b', 'c'}) {
+        const std::string message(300, letter);
         Connect_To_Peer();
-        Send(Compressible(207));
-        EXPECT_EQ(peer.decoder.Decode(peer.receive_frame()), Compressible(207));
-        peer.send_message(Compressible(300));
+        Send(message);
+        EXPECT_EQ(peer.decoder.Decode(peer.receive_frame()), message);
+        peer.send_message(message);
         Look_When_Readable();
-        EXPECT_EQ(Take_Messages(), Texts{Delivered(Compressible(300), 6)});
+        EXPECT_EQ(Take_Messages(), Texts{Delivered(message, 6)});
     }
 }
 

@@ -29,6 +29,22 @@ TEST_P(WSocketMeasure, OutputThatIsLargerIsCounted)
 
 INSTANTIATE_TEST_SUITE_P(Compressors, WSocketMeasure, testing::Values(0, 1, 2, 3));
 
+TEST_F(WSocketMeasure, OutputOfTheSameLengthIsNotCounted)
+{
+    socket.Set_Compression_Under_Test(3);
+    const unsigned before = Measure(Compressible(1'200));
+    EXPECT_EQ(Measure(Noise(984) + Zeros(40)), before);
+}
+
+TEST_F(WSocketMeasure, OtherCompressorsTakeLongData)
+{
+    for (const int which : {0, 1, 2}) {
+        socket.Set_Compression_Under_Test(which);
+        const unsigned before = Measure(Compressible(1'200));
+        EXPECT_EQ(Measure(Compressible(3'000)), before) << which;
+    }
+}
+
 TEST_F(WSocketMeasure, MeasuringTouchesNoTraffic)
 {
     Open(SENDPKTCOMPRESS);
@@ -41,7 +57,8 @@ TEST_F(WSocketMeasure, MeasuringTouchesNoTraffic)
 TEST_F(WSocketMeasure, WhatIsTooLongForZeroWordsCountsAsLarger)
 {
     socket.Set_Compression_Under_Test(3);
-    const unsigned before = Measure(Compressible(2'048));
+    const unsigned before = Measure(Compressible(1'200));
+    EXPECT_EQ(Measure(Compressible(2'048)), before);
     EXPECT_EQ(Measure(Compressible(2'049)), before + 1);
     EXPECT_EQ(Measure(Noise(60'000)), before + 2);
 }
