@@ -2,6 +2,10 @@
 #include "support/report_texts.h"
 #include "support/wsock_life.h"
 
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
 namespace {
 
 using WSocketLife = WSocketLifeTest;
@@ -13,12 +17,39 @@ sockaddr_in Address(const char* ip, int port)
     return address;
 }
 
-Descriptor Bound_To(const char* ip, int port)
+bool Bind(const Descriptor& unbound, const char* ip, int port)
 {
-    Descriptor bound(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_in address = Address(ip, port);
-    EXPECT_EQ(bind(bound.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    return bind(unbound.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+Descriptor New_Socket()
+{
+    return Descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+}
+
+Descriptor Bound_To(const char* ip)
+{
+    Descriptor bound = New_Socket();
+    EXPECT_TRUE(Bind(bound, ip, 0));
     return bound;
+}
+
+// One port at two addresses, the first of which listens. Others of the machine may have the port that is tried.
+std::pair<Descriptor, Descriptor> Of_One_Port(const char* listening_ip, const char* ip)
+{
+    std::vector<Descriptor> tried; // each keeps its port from being tried again
+    for (;;) {
+        tried.push_back(Bound_To(listening_ip));
+        Descriptor other = New_Socket();
+        if (Bind(other, ip, Own_Port(tried.back().Number()))) {
+            EXPECT_EQ(listen(tried.back().Number(), 1), 0);
+            return {std::move(tried.back()), std::move(other)};
+        }
+        if (tried.size() == 1'000) {
+            throw std::runtime_error("no port is free at both addresses");
+        }
+    }
 }
 
 void Connect_To(const Descriptor& connection, const char* ip, int port)
@@ -62,9 +93,9 @@ TEST_F(WSocketLife, ConnectionOpensAndKnowsBothEnds)
 
 TEST_F(WSocketLife, PeersEndIsItsOwnAddress)
 {
-    Descriptor listener = Bound_To("127.0.0.3", 0);
+    Descriptor listener = Bound_To("127.0.0.3");
     ASSERT_EQ(listen(listener.Number(), 1), 0);
-    Descriptor connection = Bound_To("127.0.0.2", 0);
+    Descriptor connection = Bound_To("127.0.0.2");
     Connect_To(connection, "127.0.0.3", Own_Port(listener.Number()));
     Stand_On(std::move(connection));
     EXPECT_EQ(Take_Statuses(), Statuses{21});
@@ -129,7 +160,7 @@ TEST_F(WSocketLife, ConnectionToItselfIsClosedWithoutAText)
 
 TEST_F(WSocketLife, ConnectionToItselfIsFoundAtEveryAddress)
 {
-    Descriptor itself = Bound_To("127.0.0.2", 0);
+    Descriptor itself = Bound_To("127.0.0.2");
     const int port = Own_Port(itself.Number());
     Connect_To(itself, "127.0.0.2", port);
     Stand_On(std::move(itself));
@@ -138,21 +169,16 @@ TEST_F(WSocketLife, ConnectionToItselfIsFoundAtEveryAddress)
 
 TEST_F(WSocketLife, SamePortOf127001IsTakenForItselfFromAnyAddress)
 {
-    const Descriptor listener = Listener();
-    const int port = Own_Port(listener.Number());
-    Descriptor connection = Bound_To("127.0.0.2", port);
-    Connect_To(connection, "127.0.0.1", port);
+    auto [listener, connection] = Of_One_Port("127.0.0.1", "127.0.0.2");
+    Connect_To(connection, "127.0.0.1", Own_Port(listener.Number()));
     Stand_On(std::move(connection));
     Expect_To_Itself();
 }
 
 TEST_F(WSocketLife, SamePortOfAnotherAddressIsAnotherSocket)
 {
-    Descriptor listener = Bound_To("127.0.0.2", 0);
-    ASSERT_EQ(listen(listener.Number(), 1), 0);
-    const int port = Own_Port(listener.Number());
-    Descriptor connection = Bound_To("127.0.0.1", port);
-    Connect_To(connection, "127.0.0.2", port);
+    auto [listener, connection] = Of_One_Port("127.0.0.2", "127.0.0.1");
+    Connect_To(connection, "127.0.0.2", Own_Port(listener.Number()));
     Stand_On(std::move(connection));
     EXPECT_EQ(Take_Statuses(), Statuses{21});
 }
