@@ -173,7 +173,6 @@ int WSocket::Init_fhost_myip()
         return 0;
     }
     fhost = inet_addr(rem_ip);
-    real_fhost = fhost;
     my_ip = inet_addr(this_ip);
     Start_Dictionaries();
     Choose_Forms();

@@ -231,10 +231,8 @@ private:
     unsigned short rem_port = 0;
     unsigned short this_port = 0;
     unsigned fhost = 0; // the peer, network order
-    unsigned real_fhost = 0;
     unsigned my_ip = 0;
 
-    int m_last_error = 0;
     int do_close_last_reason = 0;
     int rec_counter = 0;     // inside DoCheckRcv
     bool m_taking = false;   // inside TakeReceived

@@ -133,7 +133,6 @@ void WSocket::Received_Some()
 
 void WSocket::Receive_Failed(int error)
 {
-    m_last_error = error;
     const bool closing = GetState() == CONN_STATE_CLOSING;
     if (error == 0 || error == EAGAIN) {
         if (closing && do_close_last_reason == 0) {

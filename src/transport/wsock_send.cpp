@@ -184,7 +184,6 @@ void WSocket::DoCheckSend()
 void WSocket::Send_Failed(int error)
 {
     mss_pend.store(1, std::memory_order_relaxed);
-    m_last_error = error;
     if (error != EAGAIN) {
         Tell(TCP_ERROR_NO_READY_FOR_SEND);
         DoClose(reason_send_error);
