@@ -80,6 +80,14 @@ TEST_F(ClientTest, AHostGetsFourAttemptsAndTheFirstComesAgainBehindTheLast)
     EXPECT_EQ(descr->current_host, 1U);
 }
 
+TEST_F(ClientTest, EachSessionBeginsWithTheFirstHost)
+{
+    Add_Refusing_Hosts(2);
+    descr->current_host = 1; // where an earlier session ended
+    Start();
+    EXPECT_EQ(host_of(Expect_Status(cant_connect)), 0U);
+}
+
 TEST_F(ClientTest, TheServersMayBeDifferentMachinesAtOnePort)
 {
     refusing.emplace_back();
