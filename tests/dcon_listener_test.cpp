@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr std::int64_t one_second = 1'000'000; // as waits are noted
 constexpr std::int64_t five_seconds = 5'000'000;
 constexpr std::int64_t between_two_binds = 10'000;
 
