@@ -138,20 +138,6 @@ TEST_F(SenderTest, ARecordWithoutConnectionIsDropped)
     Expect_At_Peer("575 for the peer");
 }
 
-TEST_F(SenderTest, WaitingRecordsLeaveInOneSystemCall)
-{
-    Connect();
-    peer.receive_frame();
-    {
-        const TransportLock lock(descr->DCON_lock);
-        for (int i = 0; i < 30; ++i) {
-            Send_Next();
-        }
-        // The sender has the first in its hands by now, or takes it later: it needs the lock to go on.
-    }
-    Expect_All_At_Peer();
-}
-
 TEST_F(SenderTest, TheTraceTellsItsSteps)
 {
     Connect();
