@@ -173,12 +173,13 @@ TEST_F(CallbackTest, AReportUnderALockComesAfterItsRelease)
 
 TEST_F(CallbackTest, TheReaderTellsTheStatesOfTheConnection)
 {
+    wait_until_it_listens();
     connection_says(TCP_STATUS_OPEN_CONNECTION);
     connection_says(TCP_ERROR_CANT_CONNECT);
     connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
-    ASSERT_TRUE(host.wait_for("disconnection 0 the peer closed"));
+    ASSERT_TRUE(host.wait_for("disconnection 2 the peer closed"));
     EXPECT_EQ(host.lines(), (std::vector<std::string>{"status 21 Connected", cant_connect, "status 20 Disconnected",
-                                                      "disconnection 0 the peer closed"}));
+                                                      "disconnection 2 the peer closed"}));
 }
 
 TEST_F(CallbackTest, AStatusOutOfTheTableIsReportedWithItsDetailAndTheReaderGoesOn)
@@ -225,9 +226,10 @@ TEST_F(CallbackTest, AReceivedMessageIsCopiedToTheRunningLog)
 
 TEST_F(CallbackTest, OpenAndCloseAreInTheLogWithTheirCodes)
 {
+    wait_until_it_listens();
     connection_says(TCP_STATUS_OPEN_CONNECTION);
     connection_says(TCP_STATUS_CLOSED_CONNECTION);
-    ASSERT_TRUE(host.wait_for("disconnection 0 D"));
+    ASSERT_TRUE(host.wait_for("disconnection 2 D"));
     host.Logout();
     const std::vector<std::string> lines = text_lines_of_log(scratch.read("qapi.log"));
     EXPECT_NE(std::find(lines.begin(), lines.end(), "ROD-Status changed to opened connection"), lines.end());

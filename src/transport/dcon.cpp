@@ -202,9 +202,11 @@ int qapi::Look_At_Socket(DCON_DESCR& descr)
     return descr.DWsock.GetState();
 }
 
+// Behind the end of sending the system calls the socket writable for good.
 short qapi::Events_Of_Interest(const DCON_DESCR& descr)
 {
-    return static_cast<short>(descr.DWsock.MssPending() != 0 ? POLLIN | POLLOUT : POLLIN);
+    const bool data_waits = descr.DWsock.MssPending() != 0 && descr.DWsock.GetState() == CONN_STATE_OPENED;
+    return static_cast<short>(data_waits ? POLLIN | POLLOUT : POLLIN);
 }
 
 void qapi::Close_Socket(DCON_DESCR& descr)

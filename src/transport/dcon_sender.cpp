@@ -60,13 +60,14 @@ private:
         return status >= 0 && status != TCP_SHUTTING_DOWN;
     }
 
-    // While the connection is open no record is dropped: without room it is kept until there is some. A record without
-    // bytes would be an alive signal, which looks like a want of room; nobody sends one.
+    // While the connection is open no record is dropped: without room it is kept until there is some. The socket tells
+    // that it is open a moment ahead of the connection thread's state. A record without bytes would be an alive signal,
+    // which looks like a want of room; nobody sends one.
     void Send()
     {
         Trace(step_send);
         m_wait = shortest_wait;
-        while (!Queue_What_Waits() && m_descr.DCON_state == DCON_ST_NORMCON) {
+        while (!Queue_What_Waits() && m_descr.DWsock.GetState() == CONN_STATE_OPENED) {
             Trace(step_no_room);
             Wait_And_Look();
             m_descr.DCON_pauses.fetch_add(1, std::memory_order_relaxed);

@@ -37,10 +37,10 @@ void ring(int wake_up)
 class ManualTime::Stay
 {
 public:
-    Stay(ManualTime& time, std::int64_t span, std::vector<pollfd> descriptors)
-        : m_time(time), m_wake_up(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    Stay(ManualTime& time, std::int64_t span, std::vector<pollfd> descriptors) : m_time(time)
     {
         const std::lock_guard lock(m_time.m_lock);
+        m_wake_up = m_time.Take_Wake_Up();
         m_place = m_time.m_parked.insert(m_time.m_parked.end(),
                                          Parked{m_time.m_now + span, std::move(descriptors), m_wake_up});
         if (m_time.m_runs_free) {
@@ -53,8 +53,10 @@ public:
     {
         const std::lock_guard lock(m_time.m_lock);
         m_time.m_parked.erase(m_place);
+        std::uint64_t rings = 0;
+        [[maybe_unused]] const ssize_t got = read(m_wake_up, &rings, sizeof rings);
+        m_time.m_spare_wake_ups.push_back(m_wake_up);
         m_time.m_changed.notify_all();
-        close(m_wake_up);
     }
     Stay(const Stay&) = delete;
     Stay& operator=(const Stay&) = delete;
@@ -63,7 +65,7 @@ public:
 
 private:
     ManualTime& m_time;
-    const int m_wake_up;
+    int m_wake_up = -1;
     std::list<Parked>::iterator m_place;
 };
 
@@ -89,6 +91,9 @@ ManualTime::~ManualTime()
     std::unique_lock lock(m_lock);
     m_changed.wait(lock, [this] { return m_parked.empty(); });
     time_in_force = nullptr;
+    for (const int wake_up : m_spare_wake_ups) {
+        close(wake_up);
+    }
 }
 
 // ---- The test's side -----------------------------------------------------------------------------------------------
@@ -162,6 +167,16 @@ std::vector<std::int64_t> ManualTime::waits() const
 }
 
 // ---- The side of the threads under test ----------------------------------------------------------------------------
+
+int ManualTime::Take_Wake_Up()
+{
+    if (m_spare_wake_ups.empty()) {
+        return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    }
+    const int wake_up = m_spare_wake_ups.back();
+    m_spare_wake_ups.pop_back();
+    return wake_up;
+}
 
 void ManualTime::Note(timeval span)
 {

@@ -63,6 +63,7 @@ private:
     [[nodiscard]] std::size_t Settled() const;
     void Wake(std::int64_t span, bool run_free);
 
+    [[nodiscard]] int Take_Wake_Up();
     void Note(timeval span);
     int Sleep(timeval span);
     int Wait_Ready(pollfd* descriptors, unsigned count, timeval span);
@@ -75,5 +76,6 @@ private:
     std::condition_variable m_changed;
     std::list<Parked> m_parked;
     std::vector<std::int64_t> m_waits;
+    std::vector<int> m_spare_wake_ups; // kept open, so that a process out of descriptors can still be parked
     bool m_runs_free = false;
 };

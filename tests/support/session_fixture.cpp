@@ -3,6 +3,7 @@
 #include "arrm.h"
 #include "qcapi/session.h"
 #include "thrct.h"
+#include "transport/dcon.h"
 
 #include <csignal>
 #include <cstring>
@@ -41,6 +42,13 @@ void SessionTest::connection_says(int status, const std::string& data, const cha
 void SessionTest::wait_for_worker_threads(int number)
 {
     while (THRCT_Get_App_Thread_Counter() != number) {
+        std::this_thread::yield();
+    }
+}
+
+void SessionTest::wait_until_it_listens()
+{
+    while (glb_DCon_DESCR->DCON_state != DCON_ST_OPENCHK) {
         std::this_thread::yield();
     }
 }

@@ -22,6 +22,9 @@ protected:
     static void wait_for_a_waiting_callback();
 
     static void wait_for_worker_threads(int number);
+
+    // Without a server in the configuration the connection thread listens, on any port.
+    static void wait_until_it_listens();
     static int open_descriptors();
     static int running_threads();
     // A joined thread may be seen for a moment longer; one that was left never goes, and the test runs into its limit.

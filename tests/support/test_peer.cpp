@@ -347,3 +347,11 @@ FullBacklog::FullBacklog() : m_listener(new_socket()), m_waiting(new_socket())
         give_up_waiting("a full backlog");
     }
 }
+
+void FullBacklog::make_room()
+{
+    const OwnedDescriptor taken(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!taken) {
+        give_up("make room in a backlog");
+    }
+}

@@ -127,6 +127,9 @@ public:
     FullBacklog();
     [[nodiscard]] std::uint16_t port() const { return m_port; }
 
+    // Takes who waits, so that a connect that is under way succeeds when the system repeats it, within a second or two.
+    void make_room();
+
 private:
     OwnedDescriptor m_listener;
     OwnedDescriptor m_waiting; // fills the backlog
