@@ -80,14 +80,17 @@ public:
 
     bool Open() { return m_socket.GetState() == CONN_STATE_OPENED; }
 
-    // Ends a frame that is under way, so that the next bytes begin a new one. An incomplete header is made bad.
+    // Ends a frame that is under way, so that the next bytes begin a new one. An incomplete header is completed, which
+    // makes it a bad one or begins a frame.
     void Come_To_A_Boundary()
     {
-        if (const int awaited = WSocket_Test_Access::Awaited(m_socket); awaited > 0) {
-            Feed(std::string(static_cast<std::size_t>(awaited - WSocket_Test_Access::Held(m_socket)), 'x'));
-        }
-        if (Open() && WSocket_Test_Access::Held(m_socket) > 0) {
-            Feed("XXXXXX");
+        for (;;) {
+            const int held = WSocket_Test_Access::Held(m_socket);
+            const int awaited = WSocket_Test_Access::Awaited(m_socket);
+            if (!Open() || (held == 0 && awaited == 0)) {
+                return;
+            }
+            Feed(std::string(static_cast<std::size_t>(awaited > 0 ? awaited - held : 6 - held), 'X'));
         }
     }
 
