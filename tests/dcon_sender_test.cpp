@@ -196,7 +196,8 @@ TEST_F(SenderTest, TheWaitForRoomGrowsFromATenthToTenMilliseconds)
     Send_Until_The_Queue_Is_Full();
     const std::vector<std::int64_t> growing{100, 200, 400, 800, 1600, 3200, 6400, 10'000, 10'000};
     EXPECT_TRUE(Becomes([&] {
-        const std::vector<std::int64_t> waits = time.waits();
+        std::vector<std::int64_t> waits = time.waits();
+        std::erase_if(waits, [](std::int64_t wait) { return wait > 10'000; }); // the connection thread's
         return std::search(waits.begin(), waits.end(), growing.begin(), growing.end()) != waits.end();
     }));
 }
