@@ -381,12 +381,16 @@ void stay_on(pthread_t thread, int processor)
 {
     cpu_set_t set;
     CPU_ZERO(&set);
-    for (int i = 0; i < 2; ++i) {
-        if (processor < 0 || processor == i) {
-            CPU_SET(i, &set);
-        }
-    }
+    CPU_SET(static_cast<unsigned>(processor), &set);
     pthread_setaffinity_np(thread, sizeof set, &set);
+}
+
+cpu_set_t allowed_processors()
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    pthread_getaffinity_np(pthread_self(), sizeof set, &set);
+    return set;
 }
 
 // Median microseconds of a round trip from the calling thread over `descriptor`.
@@ -482,6 +486,7 @@ void there_and_back(const char* what, int near_processor, int far_processor)
 {
     const std::string record = payload(small_record_len, small_record_len - 16);
     const std::string bytes = frame("DTCP", record);
+    const cpu_set_t before = allowed_processors();
     Market market;
     stay_on(pthread_self(), near_processor);
     std::vector<double> ours;
@@ -492,7 +497,7 @@ void there_and_back(const char* what, int near_processor, int far_processor)
         chain.push_back(bare_chain_round_trip(market, bytes, far_processor));
         ours.push_back(our_round_trip(market, record, far_processor));
     }
-    stay_on(pthread_self(), -1);
+    pthread_setaffinity_np(pthread_self(), sizeof before, &before);
     std::printf("ratio %s = %.2f (%.1f us, %.1f us; wanted: at most 2)\n", what, median(ours) / median(bare),
                 median(ours), median(bare));
     std::printf("ratio the same / three bare threads and two semaphores = %.2f (%.1f us, %.1f us)\n",

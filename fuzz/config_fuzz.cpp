@@ -1,10 +1,10 @@
 // Any bytes as the two configuration files. The first byte tells how many of the bytes behind it are the previous-date
 // file; the rest is the configuration. Whatever they say, the reading ends with one of its codes, what it keeps is
 // terminated and within its tables, and a second reading ends like the first.
-#include "transport/dcon.h"
 #include "memory_file.h"
 #include "qcapi/config.h"
 #include "require.h"
+#include "transport/dcon.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -32,13 +32,13 @@ wait_until() { # PROGRAM PATTERN [TIMES]: until the program has said so, that of
 touch server.out host.out
 
 heading "a server listens at two ports, A and B"
-"$build/examples/echo_peer" 0 0 <server.in > >(show server) &
+"$build/examples/echo_peer" 0 0 <server.in > >(show server) {to_server}>&- {to_host}>&- &
 server_pid=$!
 wait_until server '^[0-9]+ [0-9]+$'
 read -r port_a port_b < <(grep -E '^[0-9]+ [0-9]+$' server.out)
 
 heading "a host logs in"
-"$build/examples/hello_host" "$scratch" "$port_a" "$port_b" <host.in > >(show host) &
+"$build/examples/hello_host" "$scratch" "$port_a" "$port_b" <host.in > >(show host) {to_server}>&- {to_host}>&- &
 host_pid=$!
 wait_until host 'Connected'
 

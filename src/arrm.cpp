@@ -58,7 +58,6 @@ constinit ProcessLifetime<CMss_Arr> Glb_Send_Mss{make_library_ring};
 constinit ProcessLifetime<CMss_Arr> Glb_Recv_Mss{make_library_ring};
 constinit ProcessLifetime<CMss_Arr> Glb_Log_Mss{make_library_ring};
 
-// A ring has at least the one slot that is never in use.
 namespace {
 
 thread_local PostsHeld* outermost_hold = nullptr;
@@ -101,6 +100,7 @@ bool PostsHeld::Holds(CMss_Arr& ring)
     return false;
 }
 
+// A ring has at least the one slot that is never in use.
 CMss_Arr::CMss_Arr(int num_recs, int rec_len, int type) : m_rec_len(std::max(rec_len, 0)), m_type(type)
 {
     sem_init(&m_sem, 0, 0);
@@ -290,7 +290,6 @@ void CMss_Arr::Resize(int num_recs)
         return;
     }
     m_records.resize(at(num_recs));
-    int first_new = before;
     const int oldest = m_next_withdraw.load(relaxed);
     if (m_next_collect.load(relaxed) < oldest) {
         std::rotate(m_records.begin() + oldest, m_records.begin() + before, m_records.end());
@@ -299,11 +298,7 @@ void CMss_Arr::Resize(int num_recs)
                 m_transaction_array[i] += added;
             }
         }
-        first_new = oldest;
         m_next_withdraw.store(oldest + added, relaxed);
-    }
-    for (int i = first_new; i < first_new + added; ++i) {
-        m_records[at(i)].buf = std::make_unique<char[]>(at(m_rec_len));
     }
     m_num_recs.store(num_recs, relaxed);
 }
@@ -314,9 +309,15 @@ void CMss_Arr::Trace(unsigned step)
     m_flag.store(m_flag.load(relaxed) << 4 | step, relaxed);
 }
 
+// A buffer is made when its slot is first used: a ring that doubles holds up nobody for as long as it takes to make as
+// many again.
 Mss_Rec& CMss_Arr::Free_Slot()
 {
-    return m_records[at(m_next_collect.load(relaxed))];
+    Mss_Rec& slot = m_records[at(m_next_collect.load(relaxed))];
+    if (slot.buf == nullptr) {
+        slot.buf = std::make_unique<char[]>(at(m_rec_len));
+    }
+    return slot;
 }
 
 // Returns by how many bytes `len` exceeds a record.
@@ -339,7 +340,8 @@ void CMss_Arr::Fill(Mss_Rec& slot, const char* data) const
 }
 
 // Posts after m_lock is free, so that a consumer woken by it doesn't run into the lock, and before m_lock_collect is,
-// so that Initialize finds the posts and the records in step. The operation's exit is noted first: afterwards the words
+// so that Initialize finds the posts and the records in step (a post that is held only sends the consumer round again
+// if its record is gone by then). The operation's exit is noted first: afterwards the words
 // that both sides write belong to the consumer's processor.
 void CMss_Arr::Publish(int len, unsigned step)
 {

@@ -31,7 +31,7 @@ extern std::atomic<unsigned> Glb_Tot_Simulated_Collections;
 
 struct Mss_Rec
 {
-    std::unique_ptr<char[]> buf;          // m_rec_len bytes
+    std::unique_ptr<char[]> buf;          // m_rec_len bytes, from its first use on
     int status = 0;                       // the record's kind
     int len = 0;                          // bytes of buf in use
     const char* source = nullptr;         // identity of the source; not owned
@@ -115,6 +115,8 @@ private:
     int Set_Length(Mss_Rec& slot, int len) const;
     void Fill(Mss_Rec& slot, const char* data) const;
     void Publish(int len, unsigned step) REQUIRES(m_lock_collect);
+    friend class qapi::PostsHeld;
+    void Post();
     void Advance_Collect() REQUIRES(m_lock);
     bool Count_Collected(int len) REQUIRES(m_lock);
 
@@ -122,9 +124,6 @@ private:
     std::optional<int> Lend_Oldest(char** buffer, int* len, const char** source, char* extra) REQUIRES(m_lock_withdraw);
     void Advance_Withdraw() REQUIRES(m_lock);
     void Count_Removed(int len, std::atomic<unsigned>& removed) REQUIRES(m_lock);
-
-    friend class qapi::PostsHeld;
-    void Post();
 
     bool Try_Wait();
     void Reset() REQUIRES(m_lock);

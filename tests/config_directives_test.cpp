@@ -165,8 +165,8 @@ TEST_F(Directive, AddressAndPortShareASlot)
 {
     ASSERT_EQ(apply("ds_ip_address 10.1.2.3\nds_tcp_port 7001\n"), 0);
     const std::array<unsigned char, 4> expected{10, 1, 2, 3}; // network order
-    EXPECT_TRUE(
-        std::equal(expected.begin(), expected.end(), reinterpret_cast<const unsigned char*>(&glb_DCon_DESCR->fhost[0])));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(),
+                           reinterpret_cast<const unsigned char*>(&glb_DCon_DESCR->fhost[0])));
     EXPECT_EQ(glb_DCon_DESCR->tcp_port[0], 7001);
     EXPECT_EQ(glb_DCon_DESCR->number_of_hosts, 0U);
 }

@@ -159,7 +159,8 @@ TEST_F(StopTest, AStopThatStandsInTheRingEndsTheSenderBehindWhatCameEarlier)
     Join();
 }
 
-TEST_F(StopTest, WhatThePeerStillSendsIsTaken)
+// The reader has ended by then, and a server in the middle of a log would fill the memory.
+TEST_F(StopTest, WhatThePeerSendsBehindTheStopIsReadAndNotTakenIn)
 {
     Connect();
     Request_Stop();
@@ -168,7 +169,6 @@ TEST_F(StopTest, WhatThePeerStillSendsIsTaken)
     peer.close();
     Join();
     Expect_Status(stopped);
-    Expect_Message("575 last words");
     Expect_Status(closed);
 }
 

@@ -87,6 +87,16 @@ TEST_F(SessionConnectionTest, TheHostHearsOfTheConnectionAndOfItsEnd)
     EXPECT_EQ(Log_Out(), 0);
 }
 
+TEST_F(SessionConnectionTest, ALoginBeginsUnconnectedWhateverTheLastSessionLeft)
+{
+    Log_In_And_Connect();
+    EXPECT_EQ(Log_Out(), 0);
+    Glb_main_connected = 1; // its reader ended ahead of the close
+    peer.stop_listening();
+    ASSERT_EQ(host.login(), 0);
+    EXPECT_EQ(Glb_main_connected, 0);
+}
+
 TEST_F(SessionConnectionTest, TheConnectionIsInTheLog)
 {
     Log_In_And_Connect();

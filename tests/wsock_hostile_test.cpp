@@ -375,4 +375,48 @@ TEST_F(WSocketHostile, WithoutADecompressorOnlyFramesThatNeedItClose)
     Expect_Close();
 }
 
+// ---- What follows a loss
+
+TEST_F(WSocketHostile, NothingIsDeliveredBehindAnUnreadableFrameWhicheverReasonCloses)
+{
+    Lose_Dictionary();
+    socket.DoClose(4);
+    Feed(MakeFrame("DTBC", bad_code) + MakeFrame("DTCP", MakeEnvelope("behind")));
+    EXPECT_EQ(Take_Messages(), Texts{});
+    EXPECT_EQ(socket.GetState(), CONN_STATE_CLOSING);
+}
+
+TEST_F(WSocketHostile, MessagesThatNeedNoDictionaryAreDeliveredWhileClosing)
+{
+    Open();
+    socket.DoClose(4);
+    Feed_Envelope("last");
+    EXPECT_EQ(Take_Messages(), Texts{Delivered("last")});
+}
+
+TEST_F(WSocketHostile, AFrameOfTheDictionaryInsideAnotherOneBehindADiscardLosesIt)
+{
+    Open();
+    Feed("XXXXXX");
+    EXPECT_FALSE(Inside::Dictionary_Lost(socket));
+    Feed(MakeFrame("DTCP", MakeEnvelope("575 " + MakeFrame("DTNC", "swallowed"))));
+    EXPECT_TRUE(Inside::Dictionary_Lost(socket));
+}
+
+TEST_F(WSocketHostile, WithoutADiscardAMessageMaySpeakOfMarks)
+{
+    Open();
+    Feed_Envelope("575 DTBC DTNC DTNE DTBE");
+    EXPECT_FALSE(Inside::Dictionary_Lost(socket));
+}
+
+TEST_F(WSocketHostile, NoMoreMessagesAreDeliveredOnDemandButStatusesAre)
+{
+    Open();
+    socket.Deliver_No_More();
+    Feed_Envelope("unwanted");
+    Feed("XXXXXX");
+    EXPECT_EQ(Take_Statuses(), Statuses{5000});
+}
+
 } // namespace

@@ -233,6 +233,15 @@ TEST_F(WSocketLife, NoExtraTimeOutlivesItsConnection)
 
 // ---- Accepting
 
+TEST_F(WSocketLife, ALookBeforeTheConnectionStandsReadsNothing)
+{
+    Start_Listening();
+    At(1);
+    EXPECT_EQ(Take_Statuses(), Statuses{});
+    EXPECT_GE(socket.Get_Sockfd(), 0);
+    EXPECT_EQ(socket.GetState(), CONN_NO_STATE);
+}
+
 TEST_F(WSocketLife, AcceptedConnectionTakesThePlaceOfTheListener)
 {
     Start_Listening();

@@ -69,6 +69,18 @@ TEST_F(WSocketQueue, RefusedDataIsPendingUntilTheSocketTakesDataAgain)
     EXPECT_EQ(wire + Wire(), MakeFrame("DTCP", Noise(40'000)));
 }
 
+TEST_F(WSocketQueue, BehindTheEndOfSendingNothingIsPendingAndNothingIsTriedInVain)
+{
+    Open();
+    Narrow();
+    Send(Noise(40'000));
+    socket.DoClose(4);
+    EXPECT_EQ(socket.MssPending(), 0);
+    Wire(); // there would be room now
+    Look();
+    EXPECT_EQ(Take_Statuses(), Statuses{});
+}
+
 TEST_F(WSocketQueue, NothingIsTriedWhileDataIsPendingAndTheOrderStays)
 {
     Open();

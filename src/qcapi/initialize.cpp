@@ -45,6 +45,7 @@ void qapi::Prepare_Rings()
     Glb_Send_Mss->Initialize();
     Glb_Recv_Mss->Initialize();
     DCON_Clear_Request(*glb_DCon_DESCR);
+    Glb_main_connected = 0; // a reader that was stopped didn't see its connection close
 }
 
 int CQcApi::Initialize()

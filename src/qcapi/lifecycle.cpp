@@ -67,6 +67,9 @@ void post_stop(CMss_Arr& ring)
 
 // In the data-server role the stop records come from the connection thread alone, and the log ring gets none: Logout
 // then waits in vain for the log thread, as that role's users are told.
+//
+// The request wakes the connection thread, which puts a stop record for the sender behind what waits in the outbound
+// ring: what is to leave last must stand there before.
 void request_stop(int role)
 {
     DCON_Request(*glb_DCon_DESCR, DCON_NEXT_STATE_TERMINATE);
@@ -84,6 +87,12 @@ void request_stop(int role)
 std::array<Worker_Thread*, 4> workers()
 {
     return {&glb_thread_dcon, &glb_thread_read, &glb_thread_send, &glb_thread_log};
+}
+
+bool any_worker_left()
+{
+    const auto left = workers();
+    return std::any_of(left.begin(), left.end(), [](const Worker_Thread* worker) { return worker->joinable; });
 }
 
 // All but the calling one, which is a worker only while the process exits.
@@ -133,7 +142,9 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
     Be_Master_Thread();
     Set_Report_Host_Sink(tell_host_of_report);
     COMMON_Adjust_Time(0);
-    Prepare_Connection(*glb_DCon_DESCR);
+    if (!any_worker_left()) { // of another object, if this one is made in its callback
+        Prepare_Connection(*glb_DCon_DESCR);
+    }
 }
 
 CQcApi::~CQcApi()
@@ -265,9 +276,7 @@ int CQcApi::LogoutForce()
 // Inside the gate. After LogoutForce: waits for the threads that were left to end by themselves.
 void CQcApi::Join_Left_Threads()
 {
-    const auto left = workers();
-    if (initialize_flag != QAPI_NOT_INITIALIZED ||
-        std::none_of(left.begin(), left.end(), [](const Worker_Thread* worker) { return worker->joinable; })) {
+    if (initialize_flag != QAPI_NOT_INITIALIZED || !any_worker_left()) {
         return;
     }
     request_stop(QAPI_INITIALIZED); // once more and to all: after Connect nobody else stops the log thread

@@ -209,7 +209,8 @@ public:
     int IsDefined(char* field_name);
 
     // ---- Messages to send ----------------------------------------------------------------------------------------
-    // In this version a session doesn't log in to its server and no message can be composed: the operations that want one return
+    // In this version a session doesn't log in to its server and no message can be composed: the operations that want
+    // one return
     // 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name keeps to the
     // kind of the taken record.
 

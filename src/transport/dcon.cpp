@@ -209,6 +209,17 @@ short qapi::Events_Of_Interest(const DCON_DESCR& descr)
     return static_cast<short>(data_waits ? POLLIN | POLLOUT : POLLIN);
 }
 
+namespace {
+
+// Nobody takes messages from the ring any more, and a peer may go on sending them for all the time of the closing.
+void stop_delivering(DCON_DESCR& descr)
+{
+    const TransportLock lock(descr.DCON_lock);
+    descr.DWsock.Deliver_No_More();
+}
+
+} // namespace
+
 void qapi::Close_Socket(DCON_DESCR& descr)
 {
     const TransportLock lock(descr.DCON_lock);
@@ -276,6 +287,7 @@ void qapi::End_Connection(DCON_DESCR& descr)
     descr.DCON_state = DCON_ST_CLOSE;
     descr.DCON_state = DCON_ST_TERMIN;
     post_stop_records(descr);
+    stop_delivering(descr);
     Close_Socket(descr);
     wait_until_closed(descr);
 }

@@ -29,7 +29,7 @@ public:
 
     // Waits for one connection on `port`, any address. Closes what is open, binds for up to 5 seconds, listens. Returns
     // 1, or 0 behind a report. The three steps it is made of are there for a caller that must not hold a lock while the
-    // port isn't free yet: Bind_Listener is the slow one, and touches no object.
+    // port isn't free yet: Bind_Listener is the slow one; it touches no object, and of all errors the last one.
     int Listen();
     void Close_Before_Listen();
     // A socket bound to `listen_port`, or -1 behind a report. `go_on` is asked between two tries; null stands for yes.

@@ -188,6 +188,8 @@ void WSocket::Start_Dictionaries()
         bsd_decomp_init(bsd_dbd, 1, 0, 0);
     }
     m_dictionary_lost = false;
+    m_gave_up = false;
+    m_discarded_any = false;
     m_discarded_tail_len = 0;
 }
 
@@ -237,6 +239,8 @@ void WSocket::DoClose(int reason)
         return;
     }
     ShutDown(SHUT_WR);
+    mss_pend.store(0, std::memory_order_relaxed); // what is queued leaves no more, however writable the socket seems
+    wstate &= ~state_send_refused;
     TakeReceived();
     timeout_conn = SetTimeOut(closing_time);
     Set_State(CONN_STATE_CLOSING);

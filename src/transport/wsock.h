@@ -19,8 +19,8 @@
 //   DTRE  zero words left out, then encrypted
 //   DTNC  plain; passed the compressor without gain, and is to pass the receiver's dictionary
 //
-// What happens is told by records of the inbound ring. Everything here runs under DCON_lock but GetState and
-// WaitForSend. Times are seconds of Transport_Seconds.
+// What happens is told by records of the inbound ring. Everything here runs under DCON_lock but
+// GetState, State_Word, MssPending, Connection_Number and WaitForSend. Times are seconds of Transport_Seconds.
 #pragma once
 
 #include "arrm.h"
@@ -84,7 +84,8 @@ public:
     // are not used.
     void Set_Rings(CMss_Arr* recv, CMss_Arr* send, CMss_Arr* log);
     void Set_Identity(const char* id, int id_len);
-    void Set_Send_Mode(unsigned short mode) { mode_to_send = mode; }   // from the next connection on
+    void Set_Send_Mode(unsigned short mode) { mode_to_send = mode; } // from the next connection on
+    void Deliver_No_More() { m_gave_up = true; } // messages, until the next connection; statuses go on
     void Set_Host_Index(std::uint32_t index) { m_host_index = index; } // travels with the records
 
     // To an IPv4 address in network order. The result comes as a record, at once or from Sock_Check.
@@ -96,7 +97,7 @@ public:
 
     // Queues `len` bytes as one frame and sends what the system takes; `len` 0 makes an alive signal. Returns the
     // payload's length on the wire, `len` if the connection isn't open (the frame is dropped), or 0 if the queue has no
-    // room. The longest payload is 60000 bytes, with encryption 4000.
+    // room. The longest payload is 59994 bytes, with encryption 4000.
     int AddRecToSend(const char* data, unsigned short len);
 
     // The same without sending, for several frames in one system call; Send_Queued sends them.
@@ -112,7 +113,7 @@ public:
     // Reads what there is, sends alive signals, watches the time-outs. At least every two seconds.
     void Control(unsigned now);
 
-    // All time-outs from the one that the server gives; 0 gives all 0. Returns 0.
+    // All time-outs from the one that the server gives; 0 leaves them as they are. Returns 0.
     short SetExpireTime(unsigned short seconds);
     void UpdateTime();                       // restarts the dead-lines after a change of the settings
     static unsigned SetTimeOut(int seconds); // the dead-line that many seconds from now
@@ -188,6 +189,7 @@ private:
     bool Take_Frame(char*& at, int& held);
     bool Take_Header(const char* header);
     void Bad_Data(std::string_view discarded);
+    void Look_For_Swallowed_Frame(std::string_view payload);
     void Take_Payload(char* payload, int len);
     void Take_Plain(const char* payload, int len);
     void Take_Bsd(const char* packet, int len);
@@ -196,7 +198,6 @@ private:
     int Restore_Zero_Words(const char* block, int len);
     static int Decrypt(char* payload, int len, bool* good = nullptr);
     int Decrypt_For_Dictionary(char* payload, int len);
-    [[nodiscard]] bool Gave_Up() const;
     void Deliver(const char* payload, int len);
 
     // Liveness (wsock_liveness.cpp)
@@ -256,6 +257,8 @@ private:
     void* bsd_dbc = nullptr;
     void* bsd_dbd = nullptr;
     bool m_dictionary_lost = false;
+    bool m_gave_up = false;                                  // messages are no longer delivered
+    bool m_discarded_any = false;                            // bytes of this connection were discarded
     std::array<char, LEN_MARCA_DTCP - 1> m_discarded_tail{}; // last bytes of the latest discard
     int m_discarded_tail_len = 0;
 

@@ -3,8 +3,8 @@
 //
 // Bad marks and lengths discard all that is held; the next bytes are taken for the start of a frame. A frame whose
 // content is bad is bad alone. Both may leave the dictionary out of step with the sender's, who knows nothing of it:
-// the next frame that can't be read without it closes the connection, and what was lost comes again behind the next
-// login.
+// the next frame that can't be read without it closes the connection, and the session starts over behind the last
+// message that came through.
 #include "transport/inbound_door.h"
 #include "transport/transport_clock.h"
 #include "transport/wsock.h"
@@ -94,7 +94,7 @@ std::size_t size(int len)
 
 void WSocket::DoCheckRcv()
 {
-    if (rec_counter != 0 || (wstate & state_no_socket) != 0) {
+    if (rec_counter != 0 || (wstate & (state_listening | state_connecting | state_no_socket)) != 0) {
         return;
     }
     rec_counter = 1;
@@ -211,6 +211,7 @@ bool WSocket::Take_Header(const char* header)
 void WSocket::Bad_Data(std::string_view discarded)
 {
     Tell(TCP_BAD_DATA_RECEIVED);
+    m_discarded_any = true;
     std::array<char, 2 * (LEN_MARCA_DTCP - 1)> joint{}; // a mark may lie across two discards
     const auto tail = m_discarded_tail.begin() + m_discarded_tail_len;
     auto end = std::copy(m_discarded_tail.begin(), tail, joint.begin());
@@ -225,9 +226,10 @@ void WSocket::Bad_Data(std::string_view discarded)
 
 void WSocket::Take_Payload(char* payload, int len)
 {
-    if (Gave_Up()) {
+    if (m_gave_up) {
         return;
     }
+    Look_For_Swallowed_Frame({payload, size(len)});
     switch (flag_test) {
     case PKT_NORMAL:
         Deliver(payload, len);
@@ -256,11 +258,13 @@ void WSocket::Take_Payload(char* payload, int len)
     }
 }
 
-// Behind a frame that could not be read for want of a dictionary nothing is delivered: the next login asks for all that
-// lies behind the last message that arrived.
-bool WSocket::Gave_Up() const
+// What is taken for a frame's start behind a discard may lie in the middle of a payload, and a frame that feeds the
+// dictionary in the middle of what is taken for this one.
+void WSocket::Look_For_Swallowed_Frame(std::string_view payload)
 {
-    return m_dictionary_lost && do_close_last_reason == reason_receive_error;
+    if (m_discarded_any && !feeds_dictionary(flag_test) && holds_dictionary_mark(payload)) {
+        m_dictionary_lost = true;
+    }
 }
 
 void WSocket::Deliver(const char* payload, int len)
@@ -281,7 +285,7 @@ void WSocket::Take_Plain(const char* payload, int len)
 void WSocket::Take_Bsd(const char* packet, int len)
 {
     if (m_dictionary_lost || bsd_dbd == nullptr) {
-        m_dictionary_lost = true;
+        m_gave_up = true; // nothing behind this frame is delivered either
         DoClose(reason_receive_error);
         return;
     }

@@ -19,7 +19,7 @@
 #include <limits>
 
 static_assert(DTCP_MAX_BUF_LEN + CRYPT_MAX_GROWTH <= TCP_MAX_BUF_LEN, "encryption grows a frame at the queue's end");
-static_assert(DTCP_MAX_BUF_LEN + RLE_HEADER_LEN <= TCP_MAX_BUF_LEN, "so does the length of the zero-word band");
+static_assert(DTCP_MAX_BUF_LEN + RLE_HEADER_LEN + 7 <= TCP_MAX_BUF_LEN, "so does the length of the zero-word band");
 static_assert(RLE_MAX_BLOCK <= TCP_MAX_BUF_CMP);
 
 namespace {

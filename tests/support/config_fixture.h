@@ -2,10 +2,10 @@
 // the running log beside them.
 #pragma once
 
-#include "transport/dcon.h"
 #include "qcapi/config.h"
 #include "support/fake_system.h"
 #include "support/scratch_directory.h"
+#include "transport/dcon.h"
 
 #include <gtest/gtest.h>
 
