@@ -3,7 +3,11 @@
 #include "support/wsock_fixture.h"
 
 #include "compress/bsd.h"
+#include "qcapi/config.h"
+#include "support/hex.h"
+#include "transport/envelope.h"
 
+#include <cstring>
 #include <tuple>
 #include <utility>
 
@@ -102,6 +106,18 @@ TEST_F(WSocketSend, PlainFrameIsMarkLengthAndPayload)
     EXPECT_EQ(ToHex(Wire()), "44544350"
                              "0300"
                              "616263");
+}
+
+// The worked bytes of docs/wire_format.md.
+TEST_F(WSocketSend, AnEmptyEnvelopeTravelsAsTheWireFormatSaysIt)
+{
+    std::memcpy(Glb_Local_Machine, "L001", 4);
+    MON_MESS_DESTR envelope;
+    const unsigned short len = DCON_Set_Header(&envelope, "", 0, nullptr, PRD_ING_RET_NORMALES);
+    Open(SENDPKTNORMAL);
+    socket.AddRecToSend(reinterpret_cast<const char*>(&envelope), len);
+    EXPECT_EQ(ToHex(Wire()), ToHex(FromHex("44544350 1300 0100 1300 6400 0400 4c303031 0000 0300 000000")));
+    std::memset(Glb_Local_Machine, 0, 4);
 }
 
 TEST_F(WSocketSend, AliveSignalIsAFrameOfLengthZeroInEveryMode)
