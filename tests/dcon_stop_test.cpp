@@ -205,6 +205,25 @@ TEST_F(StopTest, APeerThatReadsAgainWithinTheTwoSecondsGetsAll)
     Join();
 }
 
+// The sender has ended by then; the queue is the connection thread's to send.
+TEST_F(StopTest, WhatTheSystemRefusedAtTheEndStillLeaves)
+{
+    Connect();
+    Shrink_Send_Buffer(*descr);
+    while (descr->DWsock.MssPending() == 0) {
+        Send("575 " + std::string(3000, 'x'));
+        EXPECT_TRUE(Becomes([] { return !Glb_Send_Mss->Is_Any_Pkt(); }));
+    }
+    Send("575 the last one");
+    Request_Stop();
+    EXPECT_TRUE(Becomes([this] { return !descr->sender_running; }));
+    while (!peer.receive_message().message.starts_with("575 the last one")) {
+    }
+    EXPECT_EQ(peer.receive_until_closed(), "");
+    peer.close();
+    Join();
+}
+
 TEST_F(StopTest, APeerThatLeavesDuringTheTwoSecondsEndsThem)
 {
     Stall();
