@@ -210,9 +210,8 @@ public:
 
     // ---- Messages to send ----------------------------------------------------------------------------------------
     // In this version a session doesn't log in to its server and no message can be composed: the operations that want
-    // one return
-    // 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name keeps to the
-    // kind of the taken record.
+    // one return 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name
+    // keeps to the kind of the taken record.
 
     /**
      * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record.
