@@ -20,7 +20,7 @@ class Connection
 public:
     Connection() : m_ring(6, MESSAGE_TRANS_RECORD_SIZE, CMSS_FIFO)
     {
-        m_socket.Set_Rings(&m_ring, nullptr, nullptr);
+        m_socket.Set_Ring(&m_ring);
         m_socket.Set_Identity("D", 1);
         WSocket_Test_Access::Adopt(m_socket, m_stream.Release_Near());
     }

@@ -52,7 +52,7 @@ public:
     explicit End(unsigned mode) : m_ring(6, MESSAGE_TRANS_RECORD_SIZE, CMSS_FIFO)
     {
         require(m_stream.Good());
-        m_socket.Set_Rings(&m_ring, nullptr, nullptr);
+        m_socket.Set_Ring(&m_ring);
         m_socket.Set_Identity("D", 1);
         m_socket.Set_Send_Mode(static_cast<unsigned short>(mode));
         WSocket_Test_Access::Adopt(m_socket, m_stream.Release_Near());

@@ -4,6 +4,7 @@
 #include "global.h"
 #include "qcapi/session.h"
 #include "support/session_fixture.h"
+#include "transport/envelope.h"
 
 #include <gmock/gmock.h>
 

@@ -6,7 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
+#include <atomic>
 #include <future>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -95,6 +98,23 @@ TEST_F(SessionConnectionTest, ALoginBeginsUnconnectedWhateverTheLastSessionLeft)
     peer.stop_listening();
     ASSERT_EQ(host.login(), 0);
     EXPECT_EQ(Glb_main_connected, 0);
+}
+
+TEST_F(SessionConnectionTest, AnObjectMadeInACallbackLeavesTheRunningConnectionItsServers)
+{
+    std::unique_ptr<RecordingHost> second;
+    std::atomic<std::uint32_t> server{0};
+    host.in_callback = [&](const std::string& line) {
+        if (line == connected_line && second == nullptr) {
+            second = std::make_unique<RecordingHost>();
+            server = glb_DCon_DESCR->fhost[0];
+        }
+    };
+    Log_In_And_Connect();
+    EXPECT_EQ(server, inet_addr("127.0.0.1"));
+    peer.close();
+    time.run_free();
+    second.reset();
 }
 
 TEST_F(SessionConnectionTest, TheConnectionIsInTheLog)

@@ -333,7 +333,7 @@ TEST_F(WSocketReceive, BadEnvelopeIsToldWithTheConnectionsNumberToo)
 TEST_F(WSocketReceive, WithoutARingNothingIsTold)
 {
     Open();
-    socket.Set_Rings(nullptr, nullptr, nullptr);
+    socket.Set_Ring(nullptr);
     Feed_Envelope("message");
     EXPECT_EQ(socket.Frames_Received(), 1U);
     EXPECT_EQ(Take_Statuses(), Statuses{});

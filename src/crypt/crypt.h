@@ -86,8 +86,8 @@ int crypt_encrypt_data(unsigned dest, char* data, unsigned short form, unsigned 
 
 // Decrypts data[start, end) in place and returns the bytes it shrank by, never more than there are. Data that can't be
 // right (a wrong check word, no key, a length that is not there) become zeros as long as the header says and the buffer
-// reaches, with the result that good data of that length have. `good`, if not null, tells whether the
-// buffer held decrypted data to its end.
+// reaches, with the result that good data of that length have. `good`, if not null, tells whether the buffer held
+// decrypted data to its end.
 int crypt_decrypt_data(unsigned src, char* data, unsigned short form, unsigned short start, unsigned short end,
                        bool* good = nullptr);
 

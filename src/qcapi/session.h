@@ -3,7 +3,6 @@
 
 #include "master_mutex.h"
 #include "process_lifetime.h"
-#include "transport/envelope.h"
 
 #include <atomic>
 #include <cstdint>

@@ -91,7 +91,7 @@ void prepare_socket(DCON_DESCR& descr)
     const int listen_port = descr.fhost[0] == 0 ? descr.tcp_port[0] : 0; // a client listens nowhere
     descr.DWsock.Create(listen_port, descr.use_ssl);
     descr.DWsock.Set_Send_Mode(static_cast<unsigned short>(descr.modesend));
-    descr.DWsock.Set_Rings(descr.pRecv_Mss, descr.pSend_Mss, descr.pLog_Mss);
+    descr.DWsock.Set_Ring(descr.pRecv_Mss);
     descr.DWsock.Set_Identity(descr.id_ptr, descr.id_len);
 }
 
@@ -223,7 +223,7 @@ void stop_delivering(DCON_DESCR& descr)
 void qapi::Close_Socket(DCON_DESCR& descr)
 {
     const TransportLock lock(descr.DCON_lock);
-    descr.DWsock.DoClose(1);
+    descr.DWsock.DoClose(WSOCK_CLOSED_HERE);
 }
 
 namespace {
@@ -283,8 +283,8 @@ void wait_until_closed(DCON_DESCR& descr)
 
 void qapi::End_Connection(DCON_DESCR& descr)
 {
-    let_sender_finish(descr);
     descr.DCON_state = DCON_ST_CLOSE;
+    let_sender_finish(descr);
     descr.DCON_state = DCON_ST_TERMIN;
     post_stop_records(descr);
     stop_delivering(descr);

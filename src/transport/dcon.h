@@ -137,7 +137,7 @@ struct DCON_DESCR
     const std::atomic<int>* sock_state = DWsock.State_Word();
 };
 
-// Its state before any Initialize is one that threads can run on: no host, no rings, nothing to do but wait for a stop.
+// The API's constructor gives it its rings, and each Initialize its hosts, before threads run on it.
 extern ProcessLifetime<DCON_DESCR> glb_DCon_DESCR;
 
 // Asks the connection thread for the next state and wakes it. A termination stays until DCON_Clear_Request; a restart

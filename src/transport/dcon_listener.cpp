@@ -64,7 +64,7 @@ private:
         {
             const TransportLock lock(m_descr.DCON_lock);
             if (m_descr.DWsock.GetState() == CONN_STATE_OPENED || m_descr.DWsock.GetState() == CONN_STATE_CLOSING) {
-                m_descr.DWsock.DoClose(1);
+                m_descr.DWsock.DoClose(WSOCK_CLOSED_HERE);
                 m_descr.DWsock.ForceClose();
             }
             m_descr.DWsock.Close_Before_Listen();

@@ -26,8 +26,6 @@ const std::array<const char*, WSOCK_NUM_REASONS> WSOCK_Reason{
 
 namespace {
 
-constexpr int reason_to_itself = 9;
-
 // Of a connection that just opened; the server may have given others, which count from its first UpdateTime on.
 constexpr int first_alive_time = 20;
 constexpr int first_receive_time = 60;
@@ -58,13 +56,6 @@ void WSocket::Report_Missing_Dictionaries() const
     if (bsd_dbd == nullptr) {
         COMMON_Put_Syslog_Message(1, "There was no memory for BSD decompression");
     }
-}
-
-void WSocket::Set_Rings(CMss_Arr* recv, CMss_Arr* send, CMss_Arr* log)
-{
-    m_Recv_Mss = recv;
-    m_Send_Mss = send;
-    m_Log_Mss = log;
 }
 
 void WSocket::Set_Identity(const char* id, int id_len)
@@ -151,7 +142,7 @@ void WSocket::Connection_Stands()
 {
     if (Init_fhost_myip() == 0) {
         Tell(TCP_ERROR_CANT_CONECT_SAME);
-        DoClose(reason_to_itself);
+        DoClose(WSOCK_TO_ITSELF);
         return;
     }
     timeout_conn = SetTimeOut(first_alive_time);
@@ -167,13 +158,17 @@ void WSocket::Connection_Stands()
 // Returns 0 if the peer is this very socket: a connect to a free local port can be given that port as its own.
 int WSocket::Init_fhost_myip()
 {
-    GetPeerName(rem_ip, rem_port);
-    GetSockName(this_ip, this_port);
-    if (rem_port == this_port && (std::strcmp(rem_ip, this_ip) == 0 || std::strcmp(rem_ip, "127.0.0.1") == 0)) {
+    std::array<char, INET_ADDRSTRLEN> rem_ip{};
+    std::array<char, INET_ADDRSTRLEN> this_ip{};
+    unsigned short rem_port = 0;
+    unsigned short this_port = 0;
+    GetPeerName(rem_ip.data(), rem_port);
+    GetSockName(this_ip.data(), this_port);
+    if (rem_port == this_port && (rem_ip == this_ip || std::strcmp(rem_ip.data(), "127.0.0.1") == 0)) {
         return 0;
     }
-    fhost = inet_addr(rem_ip);
-    my_ip = inet_addr(this_ip);
+    fhost = inet_addr(rem_ip.data());
+    my_ip = inet_addr(this_ip.data());
     Start_Dictionaries();
     Choose_Forms();
     return 1;

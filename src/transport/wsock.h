@@ -68,7 +68,14 @@ inline constexpr int PKT_COMYENCRYPT_BSD = 6;
 inline constexpr int PKT_COMYENCRYPT_RLE = 7;
 inline constexpr int PKT_SINCOMPRIMIDO_BSD = 8;
 
-// Why a connection closed, by index. The text is the source of the closing record; index 9, to itself, has none.
+// Why a connection closed: index of the text that is the source of the closing record.
+inline constexpr int WSOCK_CLOSED_HERE = 1; // by request
+inline constexpr int WSOCK_SEND_TIME_OUT = 4;
+inline constexpr int WSOCK_RECEIVE_TIME_OUT = 5;
+inline constexpr int WSOCK_PEER_CLOSED = 6;
+inline constexpr int WSOCK_RECEIVE_ERROR = 7;
+inline constexpr int WSOCK_SEND_ERROR = 8;
+inline constexpr int WSOCK_TO_ITSELF = 9; // has no text
 inline constexpr int WSOCK_NUM_REASONS = 10;
 extern const std::array<const char*, WSOCK_NUM_REASONS> WSOCK_Reason;
 
@@ -80,9 +87,8 @@ public:
 
     // ---- For whoever drives the connection, before Connect or Listen
 
-    // Where records go, and the identity they bear. `id` is kept as a pointer. The rings for sending and for the log
-    // are not used.
-    void Set_Rings(CMss_Arr* recv, CMss_Arr* send, CMss_Arr* log);
+    // Where records go, null for nowhere, and the identity they bear. `id` is kept as a pointer.
+    void Set_Ring(CMss_Arr* recv) { m_Recv_Mss = recv; }
     void Set_Identity(const char* id, int id_len);
     void Set_Send_Mode(unsigned short mode) { mode_to_send = mode; } // from the next connection on
     void Deliver_No_More() { m_gave_up = true; } // messages, until the next connection; statuses go on
@@ -212,8 +218,6 @@ private:
     const char* m_id = nullptr;
     int m_id_len = 0;
     CMss_Arr* m_Recv_Mss = nullptr;
-    CMss_Arr* m_Send_Mss = nullptr;
-    CMss_Arr* m_Log_Mss = nullptr;
     std::uint32_t m_host_index = 0;
     std::atomic<std::uint32_t> m_connection{0}; // counts the connections begun; written under DCON_lock
 
@@ -227,10 +231,6 @@ private:
     unsigned short nocompress = 0;              // of this connection
     unsigned short set_socket_special_send = 0; // never set
 
-    char rem_ip[INET_ADDRSTRLEN + 4] = {};
-    char this_ip[INET_ADDRSTRLEN + 4] = {};
-    unsigned short rem_port = 0;
-    unsigned short this_port = 0;
     unsigned fhost = 0; // the peer, network order
     unsigned my_ip = 0;
 

@@ -5,13 +5,6 @@
 
 #include "global.h"
 
-namespace {
-
-constexpr int reason_send_time_out = 4;
-constexpr int reason_receive_time_out = 5;
-
-} // namespace
-
 unsigned WSocket::SetTimeOut(int seconds)
 {
     return Transport_Seconds() + static_cast<unsigned>(seconds);
@@ -67,7 +60,7 @@ void WSocket::Watch_Sending(unsigned now)
     }
     if (extra_time_send != 0) {
         Tell(TCP_STATUS_SEND_ERROR);
-        DoClose(reason_send_time_out);
+        DoClose(WSOCK_SEND_TIME_OUT);
         return;
     }
     timeout_snd = now + time_send_expired;
@@ -82,7 +75,7 @@ void WSocket::Watch_Receiving(unsigned now)
     }
     if (extra_time_recv != 0) {
         Tell(TCP_ERROR_NO_RECVED);
-        DoClose(reason_receive_time_out);
+        DoClose(WSOCK_RECEIVE_TIME_OUT);
         return;
     }
     extra_time_recv = 1;

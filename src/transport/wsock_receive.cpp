@@ -20,14 +20,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <string_view>
 #include <utility>
 
 namespace {
-
-constexpr int reason_peer_closed = 6;
-constexpr int reason_receive_error = 7;
 
 // A peer that sends faster than its data is taken would otherwise keep the lock and the thread for ever.
 constexpr int reads_in_a_row = 8;
@@ -121,11 +117,8 @@ bool WSocket::Receive_Once()
 
 void WSocket::Received_Some()
 {
-    constexpr unsigned most = std::numeric_limits<short>::max();
     const unsigned now = Transport_Seconds();
-    if (time_prev_rcv != 0 && now > time_prev_rcv) {
-        max_ticks_rcv = std::max(max_ticks_rcv, static_cast<short>(std::min(now - time_prev_rcv, most)));
-    }
+    max_ticks_rcv = Longer_Silence(max_ticks_rcv, time_prev_rcv, now);
     time_prev_rcv = now;
     timeout_rcv = now + time_rcv_connection;
     CancelExtraTimeRecv();
@@ -136,14 +129,14 @@ void WSocket::Receive_Failed(int error)
     const bool closing = GetState() == CONN_STATE_CLOSING;
     if (error == 0 || error == EAGAIN) {
         if (closing && do_close_last_reason == 0) {
-            do_close_last_reason = reason_peer_closed;
+            do_close_last_reason = WSOCK_PEER_CLOSED;
         }
     } else if (closing) {
         ForceClose();
     } else {
         const int len = std::snprintf(buff_dec, sizeof buff_dec, "%.*s > Tcp-error = %d", m_id_len, m_id, error);
         Tell(TCP_ERROR_RECEIVE, buff_dec, len, m_id);
-        DoClose(reason_receive_error);
+        DoClose(WSOCK_RECEIVE_ERROR);
     }
 }
 
@@ -286,7 +279,7 @@ void WSocket::Take_Bsd(const char* packet, int len)
 {
     if (m_dictionary_lost || bsd_dbd == nullptr) {
         m_gave_up = true; // nothing behind this frame is delivered either
-        DoClose(reason_receive_error);
+        DoClose(WSOCK_RECEIVE_ERROR);
         return;
     }
     const bsd_db& dictionary = *static_cast<const bsd_db*>(bsd_dbd);

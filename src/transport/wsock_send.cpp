@@ -13,18 +13,14 @@
 #include "little_endian.h"
 #include "system_seam.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
 
 static_assert(DTCP_MAX_BUF_LEN + CRYPT_MAX_GROWTH <= TCP_MAX_BUF_LEN, "encryption grows a frame at the queue's end");
 static_assert(DTCP_MAX_BUF_LEN + RLE_HEADER_LEN + 7 <= TCP_MAX_BUF_LEN, "so does the length of the zero-word band");
 static_assert(RLE_MAX_BLOCK <= TCP_MAX_BUF_CMP);
 
 namespace {
-
-constexpr int reason_send_error = 8;
 
 bool in_zero_word_band(int len)
 {
@@ -44,13 +40,6 @@ unsigned char* bytes(char* data)
 int encrypt(char* payload, int len)
 {
     return len + crypt_encrypt_data(0, payload, IDEA_DIRECT, 0, static_cast<unsigned short>(len));
-}
-
-short longer_silence(short longest, unsigned now, unsigned before)
-{
-    constexpr unsigned most = std::numeric_limits<short>::max();
-    const unsigned silence = before != 0 && now > before ? std::min(now - before, most) : 0;
-    return std::max(longest, static_cast<short>(silence));
 }
 
 } // namespace
@@ -186,7 +175,7 @@ void WSocket::Send_Failed(int error)
     mss_pend.store(1, std::memory_order_relaxed);
     if (error != EAGAIN) {
         Tell(TCP_ERROR_NO_READY_FOR_SEND);
-        DoClose(reason_send_error);
+        DoClose(WSOCK_SEND_ERROR);
     }
 }
 
@@ -208,7 +197,7 @@ void WSocket::Sent_Some(int count)
     const unsigned now = Transport_Seconds();
     timeout_conn = now + time_chk_connection;
     timeout_snd = now + time_send_expired_warning;
-    max_ticks_send = longer_silence(max_ticks_send, now, time_prev_send);
+    max_ticks_send = Longer_Silence(max_ticks_send, time_prev_send, now);
     time_prev_send = now;
     CancelExtraTimeSend();
 }

@@ -42,7 +42,7 @@ std::string LyingFrame(std::string_view mark, unsigned len, std::string_view pay
 
 WSocketTest::WSocketTest() : m_socket((Fall_To(first_tick, start), std::make_unique<WSocket>())), socket(*m_socket)
 {
-    socket.Set_Rings(&ring, nullptr, nullptr);
+    socket.Set_Ring(&ring);
     socket.Set_Identity("D", 1);
 }
 
