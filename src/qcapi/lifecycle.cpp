@@ -131,7 +131,10 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
 {
     if (This_Worker() == nullptr) {
         const LifecycleStretch stretch(Lifecycle_Gate->enter());
-        Join_Left_Threads(); // of an object that was deleted in a callback
+        Join_Left_Threads();      // of an object that was deleted in a callback
+        if (!any_worker_left()) { // else the connection is that of another object
+            Prepare_Connection(*glb_DCon_DESCR);
+        }
     }
     Set_Current_Api(this);
     initialize_flag = QAPI_NOT_INITIALIZED;
@@ -142,9 +145,6 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
     Be_Master_Thread();
     Set_Report_Host_Sink(tell_host_of_report);
     COMMON_Adjust_Time(0);
-    if (!any_worker_left()) { // of another object, if this one is made in its callback
-        Prepare_Connection(*glb_DCon_DESCR);
-    }
 }
 
 CQcApi::~CQcApi()
