@@ -1,0 +1,214 @@
+// A record: a flat buffer, and the fields that describe it. Every message and every table record is one. Its class says
+// where its fields stand (message/layout.h); a field object comes to life when the field is first asked for, and stays.
+//
+// A record owns its buffer, or is a view on a buffer of someone else: a message that just arrived, the row of a table.
+// Either way m_data_len bytes travel, and MESSAGE_EXTRA_ALLOCATED_SIZE spare ones stand behind them for fields that
+// don't. A view's buffer must have both: a record never looks how long it is.
+//
+//   0            3                           m_data_len                m_data_len + 20      + 100
+//   | number     | envelope or header, body  | spare, copied           | spare              |
+//
+// A record is used by one thread at a time. Records may be constructed before main, on any thread, and used after main.
+#pragma once
+
+#include "cvarray.h"
+#include "field/field.h"
+#include "message/keys.h"
+#include "message/layout.h"
+#include "message/table_base.h"
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <span>
+
+// This process's environment: part of the identity of the records it makes. Written by the thread that handles the
+// login.
+extern std::atomic<std::uint32_t> Glb_range_environment;
+
+inline constexpr int MAX_FIELD_PATH = 1023; // characters of the longest path, and of the buffer behind a cursor
+
+namespace qapi {
+
+// A record's field objects by position; most never exist. Pointers stay valid while the record lives.
+class FieldSlots
+{
+public:
+    [[nodiscard]] CField* at(int position) const
+    {
+        const auto& block = m_blocks[static_cast<unsigned>(position) / block_size];
+        return block != nullptr ? (*block)[static_cast<unsigned>(position) % block_size].get() : nullptr;
+    }
+    CField& put(int position, std::unique_ptr<CField> field);
+
+    template <class Function> void for_each(Function function) const
+    {
+        for (const auto& block : m_blocks) {
+            for (unsigned i = 0; block != nullptr && i < block_size; ++i) {
+                if ((*block)[i] != nullptr) {
+                    function(*(*block)[i]);
+                }
+            }
+        }
+    }
+
+private:
+    static constexpr unsigned block_size = 64;
+    using Block = std::array<std::unique_ptr<CField>, block_size>;
+    std::array<std::unique_ptr<Block>, MAX_FIELDS_DEFINED / block_size + 1> m_blocks;
+};
+
+} // namespace qapi
+
+class CMessage
+{
+public:
+    // A record without a class of its own, which has no fields until they are asked for: `size` bytes behind the
+    // number. `data` null: the record owns its buffer, zeroed. Else it is a view on `data`.
+    CMessage(char* data, int size);
+
+    virtual ~CMessage();
+    CMessage(const CMessage&) = delete;
+
+    // Given as `data`: the record owns its buffer and takes no part in transactions.
+    static char* Without_Transactions();
+
+    // ---- Contents ----------------------------------------------------------------------------------------------
+    void Set_Owner_Table_Data(CTableBase* table, int position);
+
+    // Turns a view to another buffer of m_data_len bytes and the spare ones. The caller keeps it.
+    void Set_Data_Buff(char* data);
+
+    void Zero_Data_Buffer();  // all but the number, spare bytes included
+    void Clean_Data_Buffer(); // the same, but values that were read stay in force until Init
+
+    // Copies the other record with its first 20 spare bytes, then Init. What a shorter one lacks becomes zeros.
+    CMessage& operator=(CMessage& other);
+
+    // Copies the record from `raw`, then Init. The first form takes m_data_len bytes; the second what is there, and
+    // zeros for the rest.
+    void Update_Message_Info(const char* raw);
+    void Update_Message_Info(std::span<const char> raw);
+
+    void Backup(char* to) const;    // m_data_len bytes
+    void Restore(const char* from); // the same back; values that were read stay in force until Init
+
+    // ---- Fields ------------------------------------------------------------------------------------------------
+
+    // The field of an id, whole if it is a repeating one. A field that the class has not defined is reported, and made
+    // where the class's composition ended. Lives as long as the record.
+    CField& operator[](int field_id)
+    {
+        CField* field = m_field.at(qapi::Field_Position(m_message_id, field_id));
+        if (field == nullptr || field->m_elem_len != 0) {
+            return Touch(field_id);
+        }
+        return *field;
+    }
+
+    // The field that a path names, in any case: "precio"; "usuario.nombre", a field of the record that the code usuario
+    // names; "receptor[2]", an element; "receptor[2].nombre". Null if there is none or the path exceeds MAX_FIELD_PATH.
+    CField* Find_Field(const char* path);
+
+    // Walks the named fields, also those of the records that codes name. *cursor is the caller's text of MAX_FIELD_PATH
+    // + 1 bytes, empty at first. Returns the next field, with *cursor where its name is to be written, or behind its
+    // text if it is an element of a repeating field; the caller writes the name and passes the start of the text again.
+    // Null at the end.
+    CField* Next_Field(char** cursor);
+
+    // The code by which a name is looked up, of the part in front of '.' and '['.
+    static int Get_Code(const char* name);
+
+    // The position of a field in the records of this class id, given out at its first use.
+    [[nodiscard]] int GetFieldPos(int field_id) const;
+
+    // The byte that tells whether the value at a position is kept; null, and a line on standard output, from
+    // MAX_REFERENCED_FIELDS_IN_A_MESSAGE on: those values are read anew each time.
+    char* Get_Field_Init_Pointer(int position);
+
+    // Forgets all values that were read, so that the next reads see the buffer.
+    void Forget_Values() { m_field_init.fill(0); }
+
+    // ---- Identity ----------------------------------------------------------------------------------------------
+
+    // Brings m_env_crc32 up to date with the contents. Returns 1 if that changed ENVIRONMENT and CRC32 in the buffer
+    // too.
+    int Init_Crc32();
+
+    // ---- What classes may do otherwise -------------------------------------------------------------------------
+    virtual int Do_We_Maintain_It();
+    virtual void Init(); // the buffer has new contents
+    virtual void Take_Unic_Number(unsigned int number) { m_unic_number = number; }
+    virtual int Check_Pers_Data(int /*version*/) { return 0; }
+    virtual void Add_Services_Map(CMapService* /*map*/) {}
+
+#define KEY(key)                                                                                                       \
+    virtual void Init_Key(key* /*to_fill*/) {}
+    RECORD_KEYS(KEY)
+#undef KEY
+#define KEY(key)                                                                                                       \
+    virtual void Init_Key(key* /*to_fill*/, const char* /*price*/, int /*kind*/) {}                                    \
+    virtual void Init_Lnk_Key(key* /*to_fill*/, const char* /*price*/, int /*kind*/) {}
+    RECORD_PRICE_KEYS(KEY)
+#undef KEY
+    virtual void Init_Key(CUserKey* /*to_fill*/, int /*which*/) {}
+    virtual void Init_Key(CSummaryKey* /*to_fill*/, int /*which*/) {}
+
+    [[nodiscard]] const qapi::RecordLayout& Layout_In_Force() const
+    {
+        return *m_layout;
+    }
+    [[nodiscard]] int Buffer_Size() const
+    {
+        return m_data_len + MESSAGE_EXTRA_ALLOCATED_SIZE;
+    }
+
+    int m_type = 3;             // 3 message, 2 order message, 1 table record
+    int m_msg_displacement = 0; // where a field that isn't defined is placed
+    CTableBase* m_table_ptr = nullptr;
+    int m_pos_in_table = -1;
+    CField* m_crc32_data_CField = nullptr; // the field whose bytes give the CRC-32; null for a class without one
+    char* m_data = nullptr;
+    int m_data_is_allocated = 0; // 1 if the record owns its buffer
+    int m_data_len = 0;          // bytes of the record
+    int m_transaction = 0;       // table processing uses these two
+    int m_generic_use = 0;
+    unsigned m_unic_number = 0;
+    int m_use_transaction = 0; // 1 if it owns its buffer and was not built without transactions
+    int m_message_id = 0;      // class id
+    DLONG m_env_crc32_to_use;  // identity to take at the next Init_Crc32, 0 for none
+    int m_is_checked = 0;      // the order logic uses these two
+    int m_confirm_status = 0;
+    unsigned m_assigned_idx = 0;
+    DLONG m_env_crc32; // identity
+
+    CvArray<CMessage*> m_Trades_To_Do{0}; // links kept by the order logic
+    CvArray<CMessage*> m_Orders_To_Trade{0};
+    CvArray<CMessage*> m_Orders_Linked{0};
+    CMessage* m_Term_Linked = nullptr;
+
+protected:
+    // A record of a class.
+    CMessage(char* data, const qapi::RecordLayout& layout);
+
+private:
+    CMessage(char* data, int size, const qapi::RecordLayout& layout);
+    CField& Touch(int field_id);
+    CField& Field_At(const qapi::FieldPlace& place);
+    CField& Make_Field(const qapi::FieldPlace& place);
+
+    const qapi::RecordLayout* m_layout;
+    std::unique_ptr<char[]> m_own_data;
+    std::array<char, MAX_REFERENCED_FIELDS_IN_A_MESSAGE> m_field_init{}; // 1: the value at this position is kept
+    qapi::FieldSlots m_field;
+};
+
+// A table record whose identity follows from its contents: every change of them brings it up to date.
+class CHashedRecord : public CMessage
+{
+public:
+    void Init() override;
+
+protected:
+    using CMessage::CMessage;
+};

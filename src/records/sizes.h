@@ -1,0 +1,142 @@
+// How many bytes each kind of record has. A record is MSG_NUMBER_FIELD_SIZE bytes of number and the rest; sizes ending
+// in _AFTER_CABEZA_SIZE count what stands behind the envelope of a message, GTABLE_ sizes what stands behind the header
+// of a table record. They are used as they stand, also where the fields of a class add up to less.
+#pragma once
+
+#include "global.h"
+
+inline constexpr int MSG_NUMBER_FIELD_SIZE = 3;
+inline constexpr int CABEZA_HEADER_SIZE = 80; // envelope of a message
+inline constexpr int GTABLE_HEADER_SIZE = 19; // header of a table record
+inline constexpr int GTABLE_MSG_HEADER_SIZE = MSG_NUMBER_FIELD_SIZE + GTABLE_HEADER_SIZE;
+
+inline constexpr int MESSAGE_RECORD_SIZE = 2800;
+inline constexpr int GTABLE_MESSAGE_SIZE = MESSAGE_RECORD_SIZE + GTABLE_HEADER_SIZE;
+inline constexpr int TRANSACTION_RECORD_SAVE_SIZE = 500;
+inline constexpr int ORDER_KEY_SIZE = 100;
+inline constexpr int CHECK_NAME_KEY_SIZE = 100;
+inline constexpr int CUPOS_KEY_SIZE = 100;
+inline constexpr int CHECK_NAME_RECORD_SIZE = 500;
+inline constexpr int CUPOS_RECORD_SIZE = 500;
+inline constexpr int LOG_HEADER_SIZE = 120;
+
+// ---- Messages: bytes behind the envelope -----------------------------------------------------------------------
+inline constexpr int ORDER_AFTER_CABEZA_SIZE = 4;
+inline constexpr int TABLESREQ_AFTER_CABEZA_SIZE = 95;
+inline constexpr int LOGIN_AFTER_CABEZA_SIZE = 435;
+inline constexpr int PED_LOG_AFTER_CABEZA_SIZE = 900;
+inline constexpr int LOG_BEGIN_AFTER_CABEZA_SIZE = 9;
+inline constexpr int LOG_END_AFTER_CABEZA_SIZE = 40;
+inline constexpr int TABLE_REQ_AFTER_CABEZA_SIZE = 35;
+inline constexpr int DMLIST_AFTER_CABEZA_SIZE = 42;
+inline constexpr int ENDTRANS_AFTER_CABEZA_SIZE = 40;
+inline constexpr int FINALPENDING_AFTER_CABEZA_SIZE = 2221;
+inline constexpr int FACTRIESGO_AFTER_CABEZA_SIZE = 2;
+inline constexpr int PINSVLX_AFTER_CABEZA_SIZE = 1;
+inline constexpr int VOICETERM_AFTER_CABEZA_SIZE = 1;
+inline constexpr int NAMECHECK_AFTER_CABEZA_SIZE = 1;
+inline constexpr int NMCHKPLZ_AFTER_CABEZA_SIZE = 1;
+inline constexpr int TRADENEG_AFTER_CABEZA_SIZE = 367;
+inline constexpr int TEXTTRADENEG_AFTER_CABEZA_SIZE = 112;
+inline constexpr int TARNEL_AFTER_CABEZA_SIZE = 1532;
+inline constexpr int TARNELWH_AFTER_CABEZA_SIZE = 551;
+inline constexpr int ONECFGCREDIT_AFTER_CABEZA_SIZE = 39;
+inline constexpr int PLCCREDIT_AFTER_CABEZA_SIZE = 51;
+inline constexpr int CUPO_AFTER_CABEZA_SIZE = 2;
+inline constexpr int CONFIGCREDIT_AFTER_CABEZA_SIZE = 1028;
+inline constexpr int RETIROEQUIPO_AFTER_CABEZA_SIZE = 16;
+inline constexpr int POLITICCREDIT_AFTER_CABEZA_SIZE = 1533;
+inline constexpr int CREDITADM_AFTER_CABEZA_SIZE = 1;
+inline constexpr int DELDEFERRED_AFTER_CABEZA_SIZE = 183;
+inline constexpr int HTRAMHOY_AFTER_CABEZA_SIZE = 919;
+inline constexpr int HISTMHOY_AFTER_CABEZA_SIZE = 324;
+inline constexpr int MNTTRANSRENTAFIJA_AFTER_CABEZA_SIZE = 226;
+inline constexpr int CITY_AFTER_CABEZA_SIZE = 135;
+inline constexpr int COUNTRY_AFTER_CABEZA_SIZE = 253;
+inline constexpr int MONEY_AFTER_CABEZA_SIZE = 146;
+inline constexpr int INSPERM_AFTER_CABEZA_SIZE = 276;
+inline constexpr int PAYINSTRUCTION_AFTER_CABEZA_SIZE = 36;
+inline constexpr int COMMANDHISTORY_AFTER_CABEZA_SIZE = 110;
+inline constexpr int BRIDGE_AFTER_CABEZA_SIZE = 180;
+inline constexpr int INDICATIVES_AFTER_CABEZA_SIZE = 2;
+inline constexpr int RBRIDGE_AFTER_CABEZA_SIZE = 1244;
+inline constexpr int DATOS_BRIDGE_AFTER_CABEZA_SIZE = 468;
+inline constexpr int CMDBRIDGE_AFTER_CABEZA_SIZE = 674;
+inline constexpr int FIXPRICE_AFTER_CABEZA_SIZE = 205;
+inline constexpr int RFQREQUEST_AFTER_CABEZA_SIZE = 1;
+inline constexpr int CONFIG_PRECIO_SPOT_AFTER_CABEZA_SIZE = 46;
+inline constexpr int HANDOVER_AFTER_CABEZA_SIZE = 400;
+inline constexpr int PRCHOURTERM_AFTER_CABEZA_SIZE = 2;
+inline constexpr int PRCHOURAMPM_AFTER_CABEZA_SIZE = 353;
+inline constexpr int AVGPURCHASEPRICE_AFTER_CABEZA_SIZE = 50;
+inline constexpr int CHAT_AFTER_CABEZA_SIZE = 3740;
+inline constexpr int ETC_RESPONSE_MSG_SIZE = 203;
+inline constexpr int ALLCRPOLINOTIFICATION_MSG_SIZE = 32;
+
+// ---- Table records: bytes behind the header --------------------------------------------------------------------
+inline constexpr int GTABLE_NAMECHECK_SIZE = 535;
+inline constexpr int GTABLE_NMCHKPLZ_SIZE = 61;
+inline constexpr int GTABLE_FACTRISKPLZTERM_SIZE = 61;
+inline constexpr int GTABLE_ORDER_SIZE = 1194;
+inline constexpr int GTABLE_TERM_SIZE = 57;
+inline constexpr int GTABLE_SUMMARY_SIZE = 1030;
+inline constexpr int GTABLE_STATISTICS_SIZE = 189;
+inline constexpr int GTABLE_BRANCHES_SIZE = 312;
+inline constexpr int GTABLE_BRANCHESRFQS_SIZE = 35;
+inline constexpr int GTABLE_INSTIT_SIZE = 108;
+inline constexpr int GTABLE_SPOT_SIZE = 110;
+inline constexpr int GTABLE_USER_SIZE = 699;
+inline constexpr int GTABLE_CASHRATE_SIZE = 97;
+inline constexpr int GTABLE_INCREMENTS_SIZE = 63;
+inline constexpr int GTABLE_CURRENCY_SIZE = 146;
+inline constexpr int GTABLE_CUPOS_SIZE = 117;
+inline constexpr int GTABLE_INSTNUM_SIZE = 6;
+inline constexpr int GTABLE_BRANCHNUM_SIZE = 10;
+inline constexpr int GTABLE_PINSVLX_SIZE = 15;
+inline constexpr int GTABLE_CREDITADM_SIZE = 26;
+inline constexpr int GTABLE_SUPERGROUP_SIZE = 277;
+inline constexpr int GTABLE_OVERNIGHT_SIZE = 103;
+inline constexpr int GTABLE_VLXCONNECTED_SIZE = 8;
+inline constexpr int GTABLE_MARKETS_SIZE = 1018;
+inline constexpr int GTABLE_MARKETS_SIZE_OLD = 581;
+inline constexpr int GTABLE_VOICETERM_SIZE = 526;
+inline constexpr int GTABLE_VOICESUMMARY_SIZE = 693;
+inline constexpr int GTABLE_VOICEGROUP_SIZE = 303;
+inline constexpr int GTABLE_FIXEDINCOMEMARKETS_SIZE = 284;
+inline constexpr int GTABLE_HISTORYTRANSDAYTERM_SIZE = 368;
+inline constexpr int GTABLE_HISTORYTRANSDAYMEM_SIZE = 189;
+inline constexpr int GTABLE_RATES_SIZE = 107;
+inline constexpr int GTABLE_PU_SIZE = 33;
+inline constexpr int GTABLE_INDICATIVES_SIZE = 110;
+inline constexpr int GTABLE_CUPOSXPL_SIZE = 128;
+inline constexpr int GTABLE_CUPOSXDIA_SIZE = 390;
+inline constexpr int GTABLE_CUPOSL_SIZE = 118;
+inline constexpr int GTABLE_COBRANZAS_SIZE = 30;
+inline constexpr int GTABLE_PENDCOBRANZAS_SIZE = 374;
+inline constexpr int GTABLE_FACTRIESGO_SIZE = 82;
+inline constexpr int GTABLE_COMPARTCUPOS_SIZE = 64;
+inline constexpr int GTABLE_CONFCUPOS_SIZE = 35;
+inline constexpr int GTABLE_LIMINSTIT_SIZE = 46;
+inline constexpr int GTABLE_BUYAVERPRICE_SIZE = 29;
+inline constexpr int GTABLE_MARKETSPOTPRICES_SIZE = 84;
+inline constexpr int GTABLE_COUNTERBRIDGE_SIZE = 22;
+inline constexpr int GTABLE_ONLY_CONFIRMPEND_SIZE = 7;
+inline constexpr int GTABLE_CONFIRMPEND_RELLENO_SIZE = 50;
+inline constexpr int GTABLE_SUMMARYRF_SIZE = 615;
+inline constexpr int GTABLE_SUMMARYFI_SIZE = 240;
+inline constexpr int GTABLE_HISTORYIC_SIZE = 292;
+inline constexpr int GTABLE_EMISORES_SIZE = 92;
+inline constexpr int GTABLE_COMITENTES_SIZE = 163;
+inline constexpr int GTABLE_FIDUCIARIOS_SIZE = 87;
+inline constexpr int GTABLE_EMPLOYEE_SIZE = 142;
+inline constexpr int GTABLE_ESQUEMA_SIZE = 96;
+inline constexpr int GTABLE_SUBCOMITENTE_SIZE = 63;
+inline constexpr int GTABLE_CCYPAIR_SIZE = 54;
+inline constexpr int GTABLE_INDICATIVESMARK_SIZE = 12;
+inline constexpr int GTABLE_CONNDMSERVER_SIZE = 30;
+inline constexpr int GTABLE_HOLIDAY_SIZE = 70;
+inline constexpr int GTABLE_GENDATA_SIZE = 117;
+inline constexpr int GTABLE_CONNUSER_SIZE = 158;
+
+inline constexpr int ORDER_AFTER_GTABLE_SIZE = 223; // what an accepted order has behind its table record
+inline constexpr int GTABLE_MSG_ORDER_SIZE = GTABLE_ORDER_SIZE + ORDER_AFTER_GTABLE_SIZE;
