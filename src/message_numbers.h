@@ -55,9 +55,9 @@ inline constexpr int MSS_FIXPRICE = 306;
 inline constexpr int MSS_RFQSTATUS_UPDATE = 308;
 inline constexpr int MSS_CHAT = 575;
 inline constexpr int MSS_LISTA_DATAMANAGERS = 865;
-inline constexpr int MSS_TIME_CHECK = 869;
+inline constexpr int MSS_TIME_CHECK = 869; // the check of the clock, between the two transports
 inline constexpr int MSS_END_TRANSACTION = 879;
-inline constexpr int MSS_TABLA_GLOBAL = 888;
+inline constexpr int MSS_TABLA_GLOBAL = 888; // every table record
 inline constexpr int MSS_CMDBRIDGE = 992;
 inline constexpr int MSS_ALLCRPOLINOTIFICATION = 993;
 inline constexpr int MSS_PINSVLX = 994;
@@ -66,7 +66,7 @@ inline constexpr int MSS_ETCRESPONSE = 996;
 inline constexpr int MSS_PENDING_CONFIRMATION = 996;
 
 // ---- Priorities ------------------------------------------------------------------------------------------------
-inline constexpr int PRD_ING_RET_NORMALES = 4;
+inline constexpr int PRD_ING_RET_NORMALES = 4; // coming, going and clock checks
 inline constexpr int PRD_MAXIMA = 5;
 inline constexpr int PRD_PEDIDO_LOG = 5;
 inline constexpr int PRD_PEDIDO_TABLAS = 5;

@@ -19,6 +19,8 @@
 #include "field/flddescr.h"
 #include "message/record_types.h"
 
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -56,10 +58,17 @@ namespace qapi {
 // ---- Positions -------------------------------------------------------------------------------------------------
 // Every class id numbers the fields that its records were ever asked for, from 1 up; 0 stands for none.
 
-// The position of a field in the records of class `message_id`, 0 if it has none yet.
-[[nodiscard]] int Field_Position(int message_id, int field_id);
+using Positions = std::array<std::atomic<std::int16_t>, MAX_FIELDS_DEFINED>;
+extern std::array<Positions, MAX_MESSAGES_TYPES> m_message_pos; // by class id and field id; 0 for none yet
 
-// The same; gives it the next position if it has none. Any thread.
+// The position of a field in the records of class `message_id`, 0 if it has none yet.
+[[nodiscard]] inline int Field_Position(int message_id, int field_id)
+{
+    return m_message_pos[static_cast<unsigned>(message_id)][static_cast<unsigned>(field_id)].load(
+        std::memory_order_relaxed);
+}
+
+// The same, but gives it the next position if it has none. Any thread.
 int Give_Field_Position(int message_id, int field_id);
 
 // ---- Layout ----------------------------------------------------------------------------------------------------
@@ -92,13 +101,15 @@ public:
     [[nodiscard]] int Size() const { return m_size; }                 // bytes behind the number
     [[nodiscard]] int Data_Len() const { return m_size + 3; }         // bytes of the record
     [[nodiscard]] int End_Base() const { return m_end_base; }         // where a field that isn't defined is placed
-    [[nodiscard]] int Crc32_Field() const { return m_crc32_field; }   // id, -1 for none
 
     // The fields in the order of their positions.
     [[nodiscard]] std::span<const FieldPlace> Fields() const { return m_fields; }
 
     // The field of an id, null if the class has not defined it.
     [[nodiscard]] const FieldPlace* Find(int field_id) const;
+
+    // The field whose bytes give the record's CRC-32, null if the class has none.
+    [[nodiscard]] const FieldPlace* Crc32_Field() const { return m_crc32_field < 0 ? nullptr : Find(m_crc32_field); }
 
     // The fields whose names have this code, in the order of their positions.
     [[nodiscard]] std::span<const FieldPlace* const> With_Code(int code) const;
@@ -152,6 +163,9 @@ public:
     // A table record: number 888, its header, then base 22. `data_size` counts the bytes behind the header.
     static Composition Of_Table_Record(int message_id, int data_size);
 
+    // A record without fields, of a size that it is told.
+    static Composition Plain();
+
     // A record class whose messages are orders.
     Composition& Is_Order();
 
@@ -184,11 +198,13 @@ public:
     Composition& With_Policy(int field_id, policy_f* policy);
 
     // The layout, kept as long as the process lives.
-    const RecordLayout& Keep();
+    [[nodiscard]] const RecordLayout& Keep();
 
 private:
-    explicit Composition(int message_id, int number, int size);
+    Composition(int message_id, int number, int size);
+    void Construct_Global_Table_Header();
     const char* Name_Of(int field_id);
+    FieldPlace& Placed(int field_id);
 
     std::unique_ptr<RecordLayout> m_layout;
     int m_base = 0;

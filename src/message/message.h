@@ -129,6 +129,9 @@ public:
     // Forgets all values that were read, so that the next reads see the buffer.
     void Forget_Values() { m_field_init.fill(0); }
 
+    // Told by a field of which an element became current: Init goes back to the whole field.
+    void Has_Elements() { m_has_elements = true; }
+
     // ---- Identity ----------------------------------------------------------------------------------------------
 
     // Brings m_env_crc32 up to date with the contents. Returns 1 if that changed ENVIRONMENT and CRC32 in the buffer
@@ -201,6 +204,7 @@ private:
     std::unique_ptr<char[]> m_own_data;
     std::array<char, MAX_REFERENCED_FIELDS_IN_A_MESSAGE> m_field_init{}; // 1: the value at this position is kept
     qapi::FieldSlots m_field;
+    bool m_has_elements = false; // an element of some field may be current
 };
 
 // A table record whose identity follows from its contents: every change of them brings it up to date.

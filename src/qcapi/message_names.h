@@ -1,7 +1,7 @@
 // The names of the message kinds. The interface works by name; all three columns are accepted, in any case.
 #pragma once
 
-inline constexpr int MSS_TABLA_GLOBAL = 888; // number of every table message
+#include "message_numbers.h"
 
 inline constexpr int Glb_Old_Names = 0; // column of the names that callbacks use
 inline constexpr int Glb_DFN_Names = 1; // long Spanish names

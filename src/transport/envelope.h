@@ -16,6 +16,7 @@
 // that a message is meant for it, and a frame may carry more bytes than the envelope says.
 #pragma once
 
+#include "message_numbers.h"
 #include "transport/destinations.h"
 
 #include <atomic>
@@ -28,10 +29,8 @@ inline constexpr int ENVELOPE_TAIL_LEN = 3;
 
 inline constexpr std::uint16_t ENVIA_EQUIPO = 1;     // flags
 inline constexpr std::uint16_t MENSAJE_NORMAL = 100; // mess_type
-inline constexpr int PRD_ING_RET_NORMALES = 4;       // priority of coming, going and clock checks
 
 inline constexpr char FIRST_CHAR_NUMBER_CODE = '0'; // of a message's number
-inline constexpr int MSS_TIME_CHECK = 869;
 
 struct MON_MESS_DESTR
 {
