@@ -158,9 +158,9 @@ Composition qapi::Composition::Plain()
     return Composition(CMESSAGE_TYPE, 0, 0);
 }
 
-Composition qapi::Composition::Of_Message(int message_id, int number, int size)
+Composition qapi::Composition::Of_Message(int message_id, int number, int body_size)
 {
-    Composition message(message_id, number, size);
+    Composition message(message_id, number, CABEZA_HEADER_SIZE + body_size);
     message.Init_Field_Advancing(MSG_NUMBER_FIELD);
     return message;
 }
@@ -234,7 +234,9 @@ Composition& qapi::Composition::Init_Field_Advancing(int field_id)
 Composition& qapi::Composition::Add_Run(int first, int last)
 {
     for (int field_id = first; field_id <= last; ++field_id) {
-        Init_Field(field_id);
+        if (Field_Is_Built(field_id)) {
+            Init_Field(field_id);
+        }
     }
     return *this;
 }

@@ -1,16 +1,14 @@
 // What a record class looks like: its fields, where each stands, and by which name. A layout is made once for a class
 // and shared by all its records, which have nothing of their own but their buffer and the fields that were touched.
 //
-// A Composition puts a layout together in the order in which the record's bytes travel:
+// A class composes its layout in the order in which the record's bytes travel:
 //
-//     const RecordLayout& CGTCity::Layout()
+//     Composition CGTCity::Compose()
 //     {
-//         static const RecordLayout& layout = Composition::Of_Table_Record(CGTCITY_TYPE, GTABLE_CITY_SIZE)
-//                                                 .Add_Run(DATOS_CITY, LETRA_CIUDAD_CITY)
-//                                                 .Add_Run(NOMBRE_CITY_1, CODIGO_TARNEL_CITY)
-//                                                 .Crc32_Over(DATOS_CITY)
-//                                                 .Keep();
-//         return layout;
+//         auto city = Composition::Of_Table_Record(CGTCITY_TYPE, CITY_AFTER_CABEZA_SIZE);
+//         city.Add_Run(DATOS_CITY, CODIGO_TARNEL_CITY);
+//         city.Crc32_Over(DATOS_CITY);
+//         return city;
 //     }
 //
 // Layouts are never destroyed and never change: any thread may read one, also after main has ended.
@@ -157,8 +155,8 @@ const RecordLayout& Plain_Layout();
 class Composition
 {
 public:
-    // A message: the number at 0, then base 3. `size` counts the bytes behind the number.
-    static Composition Of_Message(int message_id, int number, int size);
+    // A message: the number at 0, then base 3. `body_size` counts the bytes behind the envelope.
+    static Composition Of_Message(int message_id, int number, int body_size);
 
     // A table record: number 888, its header, then base 22. `data_size` counts the bytes behind the header.
     static Composition Of_Table_Record(int message_id, int data_size);
@@ -169,7 +167,7 @@ public:
     // A record class whose messages are orders.
     Composition& Is_Order();
 
-    // From here on no field has a name, or a name that begins with `prefix`.
+    // From here on no field has a name; or one that begins with `prefix`, null for the plain names.
     Composition& Without_Names();
     Composition& With_Prefix(const char* prefix);
 
@@ -177,7 +175,7 @@ public:
     Composition& Init_Field(int field_id);
     Composition& Init_Field_Advancing(int field_id);
 
-    // The rows of the catalogue from `first` to `last`, both included.
+    // The rows of the catalogue from `first` to `last`, both included, without those that no record class has.
     Composition& Add_Run(int first, int last);
 
     // The 27 parts of the envelope. Init_Field_Advancing(CABEZA), the whole of it, then moves the base to the body.
@@ -212,8 +210,16 @@ private:
     const char* m_prefix = nullptr;
 };
 
+// The layout of a record class, composed when it is first asked for.
+template <class Record> const RecordLayout& Layout_Of()
+{
+    static const RecordLayout& layout = Record::Compose().Keep();
+    return layout;
+}
+
 } // namespace qapi
 
 using qapi::Composition;
 using qapi::FieldPlace;
+using qapi::Layout_Of;
 using qapi::RecordLayout;

@@ -72,6 +72,10 @@ inline constexpr int AVGPURCHASEPRICE_AFTER_CABEZA_SIZE = 50;
 inline constexpr int CHAT_AFTER_CABEZA_SIZE = 3740;
 inline constexpr int ETC_RESPONSE_MSG_SIZE = 203;
 inline constexpr int ALLCRPOLINOTIFICATION_MSG_SIZE = 32;
+inline constexpr int VRSCTRL_AFTER_CABEZA_SIZE = 111;
+inline constexpr int RFQUPDATE_AFTER_CABEZA_SIZE = 1543;
+inline constexpr int DATOS_PRCHOURTERM_SIZE = 492;    // behind PRCHOURTERM_AFTER_CABEZA_SIZE
+inline constexpr int TRANSMON_AFTER_ORDER_SIZE = 784; // what a transaction has behind its order
 
 // ---- Table records: bytes behind the header --------------------------------------------------------------------
 inline constexpr int GTABLE_NAMECHECK_SIZE = 535;
@@ -137,6 +141,8 @@ inline constexpr int GTABLE_CONNDMSERVER_SIZE = 30;
 inline constexpr int GTABLE_HOLIDAY_SIZE = 70;
 inline constexpr int GTABLE_GENDATA_SIZE = 117;
 inline constexpr int GTABLE_CONNUSER_SIZE = 158;
+inline constexpr int DMTLIST_AFTER_HEADER_SIZE = 64;
+inline constexpr int SUBSCRIPTION_AFTER_HEADER_SIZE = 185; // 124 are used: as long as if an envelope stood in front
 
 inline constexpr int ORDER_AFTER_GTABLE_SIZE = 223; // what an accepted order has behind its table record
 inline constexpr int GTABLE_MSG_ORDER_SIZE = GTABLE_ORDER_SIZE + ORDER_AFTER_GTABLE_SIZE;
