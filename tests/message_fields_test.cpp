@@ -4,6 +4,7 @@
 #include "records/orders.h"
 #include "records/prices.h"
 #include "records/reference.h"
+#include "records/session.h"
 #include "support/report_texts.h"
 
 #include <gtest/gtest.h>
@@ -85,7 +86,7 @@ void read_every_way(CField& field)
     static_cast<void>(field.MemCmp(text.data()));
     static_cast<void>(field.Get_Bits(3, 2));
     static_cast<void>(field == 5);
-    static_cast<void>(field == text.data());
+    static_cast<void>(field == static_cast<const char*>(text.data()));
 }
 
 class EveryClass : public testing::TestWithParam<RecordClass>
@@ -102,8 +103,10 @@ TEST_P(EveryClass, AnswersForEveryIdInsideItsBuffer)
         for (int id = 0; id < MAX_FIELDS_DEFINED; ++id) {
             CField& field = guarded.record()[id];
             ASSERT_GE(field.m_len, 0) << Field_Symbol(id);
-            ASSERT_TRUE(guarded.inside(field.Get_Ptr())) << Field_Symbol(id);
-            ASSERT_TRUE(field.m_len == 0 || guarded.inside(field.Get_Ptr() + field.m_len - 1)) << Field_Symbol(id);
+            if (field.m_policy_f == nullptr) { // or its bytes may be elsewhere
+                ASSERT_TRUE(guarded.inside(field.Get_Ptr())) << Field_Symbol(id);
+                ASSERT_TRUE(field.m_len == 0 || guarded.inside(field.Get_Ptr() + field.m_len - 1)) << Field_Symbol(id);
+            }
             read_every_way(field);
             write_every_way(field);
         }

@@ -1,5 +1,7 @@
 #include "message/message.h"
 
+#include "global.h"
+
 #include "records/orders.h"
 #include "records/prices.h"
 #include "records/reference.h"

@@ -31,6 +31,6 @@
 class CIdxKey;
 class CEnvCrc32Key;
 class CMapService;
-#define DECLARE_KEY(key) class key;
+#define DECLARE_KEY(key) class key; // NOLINT(bugprone-macro-parentheses): the name of a type
 RECORD_KEYS(DECLARE_KEY)
 #undef DECLARE_KEY

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <mutex>
+#include <unordered_set>
 
 constinit std::array<qapi::Positions, MAX_MESSAGES_TYPES> qapi::m_message_pos{};
 
@@ -20,11 +21,6 @@ std::mutex& positions_lock()
 {
     static ProcessLifetime<std::mutex> lock([] { return new std::mutex; });
     return *lock;
-}
-
-bool overlap(const FieldPlace& a, const FieldPlace& b)
-{
-    return a.displacement < b.displacement + b.len && b.displacement < a.displacement + a.len;
 }
 
 bool keeps_a_value(const FieldPlace& place)
@@ -92,28 +88,34 @@ void qapi::RecordLayout::Number_Fields()
     }
 }
 
+// A field shares bytes with a kept value if more kept values than its own lie over one of its bytes.
 void qapi::RecordLayout::Mark_Shared_Bytes()
 {
-    for (const FieldPlace& kept : m_fields) {
-        if (!keeps_a_value(kept)) {
-            continue;
+    std::vector<int> kept_values(static_cast<std::size_t>(Data_Len() + MESSAGE_EXTRA_ALLOCATED_SIZE));
+    const auto bytes_of = [&kept_values](const FieldPlace& place) {
+        return std::span(kept_values)
+            .subspan(static_cast<std::size_t>(place.displacement), static_cast<std::size_t>(place.len));
+    };
+    for (const FieldPlace& place : m_fields) {
+        for (int& values : bytes_of(place)) {
+            values += keeps_a_value(place) ? 1 : 0;
         }
-        for (FieldPlace& written : m_fields) {
-            written.shares_bytes |= &written != &kept && overlap(written, kept);
-        }
+    }
+    for (FieldPlace& place : m_fields) {
+        const int own = keeps_a_value(place) ? 1 : 0;
+        const auto bytes = bytes_of(place);
+        place.shares_bytes = std::any_of(bytes.begin(), bytes.end(), [own](int values) { return values > own; });
     }
 }
 
 // Fields of one code stand together, in the order of their positions, and a slot found by the code says where.
 void qapi::RecordLayout::Index_Names()
 {
+    std::unordered_set<std::string_view> names;
     for (FieldPlace& place : m_fields) {
         if (place.name != nullptr) {
             m_by_code.push_back(&place);
-            const bool first_of_name = std::none_of(m_named.begin(), m_named.end(), [&](const FieldPlace* earlier) {
-                return std::string_view(earlier->name) == place.name;
-            });
-            if (first_of_name) {
+            if (names.insert(place.name).second) {
                 place.named_index = static_cast<int>(m_named.size());
                 m_named.push_back(&place);
             }

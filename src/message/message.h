@@ -145,6 +145,7 @@ public:
     virtual int Check_Pers_Data(int /*version*/) { return 0; }
     virtual void Add_Services_Map(CMapService* /*map*/) {}
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the names of types
 #define KEY(key)                                                                                                       \
     virtual void Init_Key(key* /*to_fill*/) {}
     RECORD_KEYS(KEY)
@@ -154,6 +155,7 @@ public:
     virtual void Init_Lnk_Key(key* /*to_fill*/, const char* /*price*/, int /*kind*/) {}
     RECORD_PRICE_KEYS(KEY)
 #undef KEY
+    // NOLINTEND(bugprone-macro-parentheses)
     virtual void Init_Key(CUserKey* /*to_fill*/, int /*which*/) {}
     virtual void Init_Key(CSummaryKey* /*to_fill*/, int /*which*/) {}
 
