@@ -36,20 +36,21 @@ Fields in_order_of_bytes(const RecordLayout& layout)
     return fields;
 }
 
+const char* relation_to(const FieldPlace& above, const FieldPlace& field)
+{
+    if (above.displacement == field.displacement && above.len == field.len) {
+        return "same bytes as ";
+    }
+    return end_of(field) <= end_of(above) ? "part of " : "overlaps ";
+}
+
 // How the bytes of fields[at] lie to those of the nearest row above that has some of them.
 std::string overlay(const Fields& fields, std::size_t at)
 {
-    const FieldPlace& field = fields[at];
     for (std::size_t above = at; above-- > 0;) {
-        const FieldPlace& other = fields[above];
-        if (end_of(other) <= field.displacement) {
-            continue;
+        if (end_of(fields[above]) > fields[at].displacement) {
+            return relation_to(fields[above], fields[at]) + Name_In_Page(fields[above]);
         }
-        const bool whole = other.displacement == field.displacement && other.len == field.len;
-        const char* const relation = whole                            ? "same bytes as "
-                                     : end_of(field) <= end_of(other) ? "part of "
-                                                                      : "overlaps ";
-        return relation + Name_In_Page(other);
     }
     return {};
 }
@@ -68,27 +69,33 @@ const FieldPlace* hidden_by(const RecordLayout& layout, const FieldPlace& field)
     return nullptr;
 }
 
-void append(std::string& remarks, const std::string& remark)
+// The row's length is less than what its type reads and writes.
+bool takes_four_bytes(const FIELD_EQUIVALENCE& row)
 {
-    if (!remark.empty()) {
-        remarks += (remarks.empty() ? "" : "; ") + remark;
+    return row.field_type == FLD_INT && row.field_len < 4;
+}
+
+std::string joined(const std::vector<std::string>& remarks)
+{
+    std::string text;
+    for (const std::string& remark : remarks) {
+        text += (text.empty() || remark.empty() ? "" : "; ") + remark;
     }
+    return text;
 }
 
 std::string remarks_on(const RecordLayout& layout, const Fields& fields, std::size_t at, const std::string& note)
 {
     const FieldPlace& field = fields[at];
-    std::string remarks;
-    append(remarks, field.displacement >= layout.Data_Len() ? "not sent" : "");
-    append(remarks, overlay(fields, at));
-    append(remarks, field.len < row_of(field).field_len ? "cut to the record" : "");
-    append(remarks,
-           row_of(field).field_type == FLD_INT && row_of(field).field_len < 4 ? "read and written as 4 bytes" : "");
-    if (const FieldPlace* first = hidden_by(layout, field); first != nullptr) {
-        append(remarks, "the name finds the row at " + std::to_string(first->displacement));
-    }
-    append(remarks, note);
-    return remarks;
+    const FieldPlace* const found = hidden_by(layout, field);
+    return joined({
+        field.displacement >= layout.Data_Len() ? "not sent" : "",
+        overlay(fields, at),
+        field.len < row_of(field).field_len ? "cut to the record" : "",
+        takes_four_bytes(row_of(field)) ? "read and written as 4 bytes" : "",
+        found != nullptr ? "the name finds the row at " + std::to_string(found->displacement) : "",
+        note,
+    });
 }
 
 std::string table_of_fields(const RecordClass& record, const std::vector<const Note*>& notes)

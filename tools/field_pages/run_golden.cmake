@@ -34,7 +34,8 @@ expect_line(CMsgOrder "- Kind: `Orden_Transaccion`, `mensaje_tabla_moneda`, `cur
 expect_line(CGTOrder "- Kind: `Posturas_Vigentes`")
 expect_line(CGTHeader "- Kind: none; no operation of a host takes it")
 expect_line(CMsgOrder "| 179 | `fecha_valor` | 16 bits | 2 | | part of `datos_generales_postura` |")
-expect_line(CMsgOrder "| 1281 | `precio_spot` | fixed point, 8 decimals | 14 | | part of `datos_adicionales_transaccion` |")
+expect_line(CMsgOrder "| 1281 | `precio_spot` | fixed point, 8 decimals | 14 | | \
+part of `datos_adicionales_transaccion` |")
 expect_line(CMsgOrder "| 1405 | `usuario_empleado` | text | 4 | [employee](CGTEmployee.md) | \
 same bytes as `usuario_sucursal_intermediario`; note 2 |")
 expect_line(CMsgTransMon "| 83 | `codigo_primaryuser` | text | 4 | [primary user](CGTPu.md) | \
