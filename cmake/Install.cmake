@@ -1,5 +1,5 @@
-# What `cmake --install` puts into a prefix: libraries, public headers, a CMake package and a pkg-config file. Nothing
-# installed holds an absolute path, so that a prefix can be moved or staged with DESTDIR.
+# What `cmake --install` puts into a prefix: libraries, public headers, a CMake package, a pkg-config file and the
+# reference of fields. Nothing installed holds an absolute path, so that a prefix can be moved or staged with DESTDIR.
 include(CMakePackageConfigHelpers)
 set(QAPI_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qapi)
 
@@ -21,3 +21,10 @@ install(FILES ${PROJECT_BINARY_DIR}/qapi-config.cmake ${PROJECT_BINARY_DIR}/qapi
 file(RELATIVE_PATH QAPI_INCLUDE_FROM_LIB ${CMAKE_INSTALL_FULL_LIBDIR} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 configure_file(cmake/qapi.pc.in ${PROJECT_BINARY_DIR}/qapi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# tools/field_pages writes the reference of fields. A program for another machine can't run here, and under a sanitizer
+# only the tests run it.
+if(NOT QAPI_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+  set(QAPI_WRITE_FIELD_PAGES ON)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
+endif()

@@ -3,7 +3,8 @@
 # find_package with the shared library, by pkg-config with the archive; each with and without a Cur_Qapi of its own.
 #
 # The environment gives BUILD (build directory), HOST (source of the hosts), LIBDIR (below the prefix), CMAKE, GENERATOR,
-# CXX, FLAGS (what the library was built with and a host must be too) and RUNNER (put before a program to run it).
+# CXX, FLAGS (what the library was built with and a host must be too), RUNNER (put before a program to run it) and PAGES
+# (what there must be of the reference of fields).
 set -euo pipefail
 
 scratch=$(mktemp -d)
@@ -30,7 +31,7 @@ run_host() {
 DESTDIR=$scratch/stage quietly "$CMAKE" --install "$BUILD" --prefix /opt/quentar
 mv "$scratch/stage/opt/quentar" "$prefix"
 for file in include/qcapi/{qcapi,errors}.h "$LIBDIR"/libqapi.{a,so,so.3,so.3.0.0} "$LIBDIR/pkgconfig/qapi.pc" \
-    "$LIBDIR"/cmake/qapi/qapi-{config,config-version}.cmake; do
+    "$LIBDIR"/cmake/qapi/qapi-{config,config-version}.cmake $PAGES; do
     [ -e "$prefix/$file" ] || fail "$file is not installed"
 done
 headers=$(cd "$prefix/include" && find . -type f | sort | tr '\n' ' ')
