@@ -94,8 +94,8 @@ constexpr Group groups_of_servers[] = {
 std::span<const FIELD_EQUIVALENCE> rows_of(const Group& group)
 {
     FIELD_Check_Consistency();
-    return std::span(glb_field_equivalence)
-        .subspan(static_cast<std::size_t>(group.first), static_cast<std::size_t>(group.last - group.first + 1));
+    const auto first = glb_field_equivalence.begin() + group.first;
+    return {first, first + group.last - group.first + 1};
 }
 
 int bytes_of(const Group& group)
