@@ -102,13 +102,14 @@ private:
         return {std::to_string(number), number, right_aligned(std::to_string(number), length)};
     }
 
-    // Two digits in front of the point at most: some fields have no room for more.
+    // Two digits in front of the point at most: some fields have no room for more. A number holds eight decimals, so
+    // the ninth that some fields show is 0.
     Sample fixed_sample(int length, int decimals)
     {
         const int number = 1 + below(99);
         std::string text = std::to_string(number) + (decimals != 0 ? "." : "");
         for (int i = 0; i < decimals; ++i) {
-            text += static_cast<char>('0' + below(10));
+            text += static_cast<char>(i < 8 ? '0' + below(10) : '0');
         }
         return {text, number, right_aligned(text, length)};
     }
@@ -151,6 +152,17 @@ void write(CField& field, const PinnedField& pinned, const Sample& sample)
     }
 }
 
+// The first byte that differs, as "byte 83: 97 instead of 0"; "" if none does.
+std::string difference(const std::string& bytes, const std::string& expected)
+{
+    const auto [found, wanted] = std::mismatch(bytes.begin(), bytes.end(), expected.begin(), expected.end());
+    if (found == bytes.end() || wanted == expected.end()) {
+        return bytes.size() == expected.size() ? "" : "another length";
+    }
+    return "byte " + std::to_string(found - bytes.begin()) + ": " + std::to_string(int{*found}) + " instead of " +
+           std::to_string(int{*wanted});
+}
+
 std::string text_in(CField& field)
 {
     std::vector<char> text(static_cast<std::size_t>(field.m_len) + 1, '#');
@@ -165,7 +177,7 @@ TEST_P(RecordBytes, WhatAFieldIsGivenStandsAtItsPlaceAndNowhereElse)
         CField& field = field_of(pinned);
         const std::string expected = buffer_with(pinned, sample.bytes);
         write(field, pinned, sample);
-        EXPECT_EQ(buffer(), expected) << pinned.symbol;
+        EXPECT_EQ(difference(buffer(), expected), "") << pinned.symbol;
     }
 }
 
