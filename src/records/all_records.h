@@ -2,6 +2,7 @@
 #pragma once
 
 #include "message/message.h"
+#include "records/sizes.h"
 
 #include <memory>
 #include <span>
@@ -20,7 +21,8 @@ struct RecordClass
 std::span<const RecordClass> All_Record_Classes();
 
 // Bytes of the largest record with its spare ones: what a buffer must have that every class can be a view on.
-inline constexpr int LARGEST_RECORD_BUFFER = 3823 + MESSAGE_EXTRA_ALLOCATED_SIZE;
+inline constexpr int LARGEST_RECORD_BUFFER =
+    MSG_NUMBER_FIELD_SIZE + CABEZA_HEADER_SIZE + CHAT_AFTER_CABEZA_SIZE + MESSAGE_EXTRA_ALLOCATED_SIZE;
 
 } // namespace qapi
 
