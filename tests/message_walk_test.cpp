@@ -1,5 +1,6 @@
 #include "message/message.h"
 
+#include "records/all_records.h"
 #include "records/prices.h"
 #include "records/reference.h"
 #include "support/record_links.h"
@@ -380,6 +381,32 @@ TEST_F(FieldWalks, AFieldWhoseNameHasBracketsMayLeadToARecord)
     EXPECT_THAT(Walk_All(place),
                 ElementsAre("codigo_3c", "nombre", "nombre[2]", "nombre[2].codigo", "nombre[2].codigo_ciudad_3c",
                             "nombre[2].nombre_completo", "letra_ciudad"));
+}
+
+// A walk tells elements from fields whose names have brackets only as long as this holds.
+TEST(FieldNames, NoCodeStandsBesideFieldsOfItsNameWithBrackets)
+{
+    for (const RecordClass& each : All_Record_Classes()) {
+        for (const FieldPlace* named : each.layout().Named()) {
+            const std::string name = named->name;
+            const auto is_bare = [&](const FieldPlace* other) {
+                return name.starts_with(other->name + std::string("["));
+            };
+            for (const FieldPlace* other : each.layout().With_Code(named->code)) {
+                const auto id = static_cast<std::size_t>(other->field_id);
+                EXPECT_TRUE(!is_bare(other) || glb_field_equivalence[id].field_reference == 0) << each.name << name;
+            }
+        }
+    }
+}
+
+TEST(FieldNames, NoNameIsLongerThanTheRoomThatWalksKeepForIt)
+{
+    for (const RecordClass& each : All_Record_Classes()) {
+        for (const FieldPlace* named : each.layout().Named()) {
+            EXPECT_LE(std::strlen(named->name), 63U) << each.name;
+        }
+    }
 }
 
 TEST_F(FieldWalks, ANumberThatNeitherElementNorNameHasIsFollowedByTheNextField)
