@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t most_records = 5;
 constexpr int longest_walk = 20000; // of 5 records with 5 fields each, none in a circle
-constexpr int steps_in_a_circle = 200;
+constexpr int steps_in_a_circle = 60;
 
 class Input
 {
@@ -93,8 +93,6 @@ public:
         });
     }
 
-    void forget_calls() { m_links.Take_Calls(); }
-
 private:
     // Null where only records behind this one may be led to, and there is none.
     [[nodiscard]] CMessage* target(std::size_t from, std::size_t choice) const
@@ -125,7 +123,7 @@ private:
 
     std::vector<std::unique_ptr<CMessage>> m_records;
     bool m_circles = false;
-    RecordLinks m_links;
+    RecordLinks m_links{false};
 };
 
 // The steps that were taken, until the walk ended or `most` were.
@@ -136,7 +134,6 @@ int walk_on(World& world, FieldWalk walk, int most)
     while (steps < most && (field = walk.Next()) != nullptr) {
         require(walk.Is_Sound());
         require(world.owns(field));
-        world.forget_calls();
         ++steps;
     }
     return steps;

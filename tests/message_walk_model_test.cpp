@@ -306,7 +306,7 @@ private:
     std::mt19937 m_random;
     std::vector<std::unique_ptr<CMessage>> m_records;
     Model m_model;
-    RecordLinks m_links;
+    RecordLinks m_links{false};
 };
 
 // ---- Agreement -------------------------------------------------------------------------------------------------

@@ -24,11 +24,11 @@ public:
     }
 };
 
-// In force while it lives. Links may be changed between calls.
+// In force while it lives. Links may be changed between calls; calls are noted if asked for.
 class RecordLinks
 {
 public:
-    RecordLinks()
+    explicit RecordLinks(bool notes_calls = true) : m_notes_calls(notes_calls)
     {
         s_in_force = this;
         CField::Set_Reference_Call(function_index, &answer);
@@ -78,7 +78,9 @@ private:
 
     static void* answer(CField* field, int index, int* status, int flag)
     {
-        s_in_force->note(*field, index, status, flag);
+        if (s_in_force->m_notes_calls) {
+            s_in_force->note(*field, index, status, flag);
+        }
         const Link& link = s_in_force->m_links[{field->m_parent, field->m_field_id}];
         if (link.repeats && !has_element(*field, link, index)) {
             return nullptr;
@@ -109,6 +111,7 @@ private:
     inline static RecordLinks* s_in_force = nullptr;
     std::map<std::pair<const CMessage*, int>, Link> m_links;
     std::vector<std::string> m_calls;
+    bool m_notes_calls;
 };
 
 // Walks as hosts do: one text of the longest path, which each answer's name, unless it is an element, is written into.
