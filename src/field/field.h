@@ -6,27 +6,31 @@
 // some of them share its bytes. SetStr, bit groups and writes to the raw pointer leave kept values as they are: Init()
 // of the record makes them fresh.
 //
-// Every class does what its type can and inherits a complaint for the rest. The complaint is reported with code 1:
+// Every class (field/field_classes.h) does what its type can and inherits a complaint for the rest. The complaint is
+// reported with code 1:
 //
 //     Error!: NAME of type CLASS couldn't be OPERATOR RIGHT-HAND WORDS
 //
-// and the operator returns 0 or null. Comparisons return whether they hold; an assignment returns 1, but 0 where it
-// takes a field of its own class. The pointers that are returned point into the record's buffer and are good as long as
-// it is.
+// and the operator returns 0 or null. Comparisons return whether they hold. An assignment returns 1 if the field was
+// written, but 0 where it takes a field of its own class. The pointers that are returned point into the record's buffer
+// and are good as long as it is.
 //
 // A field belongs to one record and is used by the thread that works on it. A field that lies behind the buffer has
-// length 0: it reads as 0 or an empty text, and what is written to it is dropped.
+// length 0: it reads as 0 or an empty text, and what is written to it is dropped. So is what is written to a field
+// whose policy leads elsewhere: those bytes are not the record's. Nothing is read or written outside the buffer.
 #pragma once
 
 #include "calclib/calclib.h"
+#include "field/bits.h"
 #include "field/flddescr.h"
 #include "field/references.h"
 #include "message/layout.h"
 
 #include <array>
 #include <atomic>
-#include <ctime>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string_view>
 
 class CMessage;
@@ -37,90 +41,49 @@ class CField;
 // repeating field. With `flag` 1 a code that names no record is told to the running log.
 using CField_Ref_Fun = void*(CField* field, int index, int* status, int flag);
 
-// ---- Bit groups ------------------------------------------------------------------------------------------------
-// A field may be a row of groups of bits, the lowest first. A group of `grp_bits` bits (1 to 8, of another width 2 bits
-// count) number `position` begins at bit grp_bits * position, a number of 16 bits, and may straddle two bytes.
-struct S_Bits
-{
-    unsigned grp_bits;  // bits in a group
-    unsigned position;  // number of the group, from 0
-    unsigned set_value; // what is to be stored
-};
-
-extern const S_Bits Glb_CLS_Bits;
-extern const S_Bits Glb_FEED_Bits;
-extern const S_Bits Glb_LEAVE_Bits;
-extern const S_Bits Glb_NPENDING_ToShow_Bits;
-extern const S_Bits Glb_NPENDING_To_NOT_Show_Bits;
-extern const S_Bits Glb_NO_SPLIT_AMOUNT_Bits;
-extern const S_Bits Glb_Owner2_Split_Amount_Bits;
-extern const S_Bits Glb_Owner2_Two_Transactions_Generated_Bits;
-extern const S_Bits Glb_Owner2_No_Show_Name_Bits;
-extern const S_Bits Glb_Owner2_Show_Name_Bits;
-extern const S_Bits Glb_NO_Namepending_Bits;
-extern const S_Bits Glb_Namepending_Bits;
-extern const S_Bits Glb_NO_Broker_Admin_Bits;
-extern const S_Bits Glb_Broker_Admin_Bits;
-
-inline constexpr const S_Bits* OWNER_CLS_ORDER_INDEX = &Glb_CLS_Bits;
-inline constexpr const S_Bits* AGGRESSOR_CLS_TRADE_FILTER_INDEX = &Glb_CLS_Bits;
-inline constexpr const S_Bits* OWNER_FEED_ORDER_INDEX = &Glb_FEED_Bits;
-inline constexpr const S_Bits* AGGRESSOR_FEED_ORDER_INDEX = &Glb_FEED_Bits;
-inline constexpr const S_Bits* OWNER_NOT_LEAVE_ORDER_INDEX = &Glb_LEAVE_Bits;
-inline constexpr const S_Bits* AGGRESSOR_LEAVE_ORDER_PROCESS_INDEX = &Glb_LEAVE_Bits;
-inline constexpr const S_Bits* OWNER_NAME_PENDING_TO_SHOW_INDEX = &Glb_NPENDING_ToShow_Bits;
-inline constexpr const S_Bits* AGGRESSOR_NAME_PENDING_TO_SHOW_INDEX = &Glb_NPENDING_ToShow_Bits;
-inline constexpr const S_Bits* OWNER_NAME_PENDING_TO_NOT_SHOW_INDEX = &Glb_NPENDING_To_NOT_Show_Bits;
-inline constexpr const S_Bits* OWNER_NO_SPLIT_AMOUNT_INDEX = &Glb_NO_SPLIT_AMOUNT_Bits;
-inline constexpr const S_Bits* AGGRESSOR_NO_SPLIT_AMOUNT_INDEX = &Glb_NO_SPLIT_AMOUNT_Bits;
-inline constexpr const S_Bits* OWNER2_SPLIT_AMOUNT_INDEX = &Glb_Owner2_Split_Amount_Bits;
-inline constexpr const S_Bits* OWNER2_TWO_TRANSACTIONS_GENERATED_INDEX = &Glb_Owner2_Two_Transactions_Generated_Bits;
-inline constexpr const S_Bits* OWNER2_NO_SHOW_NAME_INDEX = &Glb_Owner2_No_Show_Name_Bits;
-inline constexpr const S_Bits* OWNER2_SHOW_NAME_INDEX = &Glb_Owner2_Show_Name_Bits;
-inline constexpr const S_Bits* CONFCUPOS_NO_NAMEPENDING_INDEX = &Glb_NO_Namepending_Bits;
-inline constexpr const S_Bits* CONFCUPOS_NAMEPENDING_INDEX = &Glb_Namepending_Bits;
-inline constexpr const S_Bits* CONFCUPOS_NO_BROKER_ADMIN_INDEX = &Glb_NO_Broker_Admin_Bits;
-inline constexpr const S_Bits* CONFCUPOS_BROKER_ADMIN_INDEX = &Glb_Broker_Admin_Bits;
-
-// Stores, reads one group; stores `value` into all groups of `len` bytes. The byte behind a group's first one is
-// touched only if the group reaches into it.
-void FIELD_Set_Bits(unsigned char* base, unsigned grp_bits, unsigned position, unsigned value);
-unsigned FIELD_Get_Bits(const unsigned char* base, unsigned grp_bits, unsigned position);
-void FIELD_Init_Bits(unsigned char* base, unsigned len, unsigned grp_bits, unsigned value);
-
-// ---- Field -----------------------------------------------------------------------------------------------------
 class CField
 {
 public:
-    CField(CMessage* parent, const FieldPlace& place);
+    CField(CMessage* parent, const qapi::FieldPlace& place);
     virtual ~CField() = default;
     CField(const CField&) = delete;
 
     // The address of the field's bytes: what the policy says if there is one, else its place in the record. All reads
-    // and writes of a value go through it.
-    char* Get_Data_Ptr();
+    // and writes of a value go through it, whichever element is current.
+    char* Get_Data_Ptr()
+    {
+        if (m_policy_f != nullptr) {
+            return m_policy_f(this);
+        }
+        m_data = Place();
+        return m_data;
+    }
 
-    // The same, but of the current element of a repeating field.
-    char* Get_Ptr();
+    // The same, but of the current element of a repeating field. m_len bytes can be read there.
+    char* Get_Ptr() { return m_policy_f == nullptr && m_index < 1 ? Place() : Policy_Or_Element_Ptr(); }
     operator char*() { return Get_Ptr(); }
     operator const void*() { return Get_Ptr(); }
 
+    // Bytes that can be read from `at`, an address that the two above gave: to the end of the buffer, or the field's
+    // length where a policy led elsewhere.
+    [[nodiscard]] int Readable(const char* at) const;
+
     // The first byte at the field's place, whatever policy and element say.
-    operator char();
+    operator char() { return m_len > 0 ? *Place() : '\0'; }
 
     bool IsEmptyField();                  // its last byte is 0
     bool IsOnlyChar(int c, int n);        // its first n bytes, all if n is 0, are c
     void Clean();                         // fills it with zeros
     int MemCmp(const void* bytes);        // memcmp with as many bytes as it is long
-    void Set_Text(std::string_view text); // copies a text of any length, cut or padded with zeros to the field
+    void Set_Text(std::string_view text); // assigns a text of any length, cut or padded with zeros to the field
 
     void Set_Name(const char* name, int code); // the name is not copied
-    bool Is_Named() const { return m_field_name != nullptr && m_field_name_code != 0; }
+    [[nodiscard]] bool Is_Named() const { return m_field_name != nullptr && m_field_name_code != 0; }
 
     // Where in `text` the field's name ends; null if the text doesn't begin with it. `code` is the text's Name_Code.
     const char* Do_Matching_Name(const char* text, int code) const;
 
-    // Registers the function behind an index, 1 to 29.
+    // Registers the function behind an index, 1 to 29; any other index prints a line and changes nothing.
     static void Set_Reference_Call(int index, CField_Ref_Fun* function);
 
     // Calls the field's reference function. Null, with *status 1, if it has none.
@@ -134,51 +97,65 @@ public:
     void Init_Bits(const S_Bits* bits) { Init_Bits(bits->grp_bits, bits->set_value); }
     void Init_Bits(unsigned grp_bits, unsigned value);
 
+    // Back from an element to the whole field.
+    void Forget_Element()
+    {
+        m_index = 0;
+        m_elem_len = 0;
+        m_len = m_whole_len;
+    }
+
     // ---- What a type may do ------------------------------------------------------------------------------------
 
     // Writes the value as a text with a terminator: `dest` must hold m_len + 1 bytes. Returns the terminator's address.
     virtual char* operator>>(void* dest);
 
     // Copies bytes from the beginning of the field, the smaller of m_len - start and size - 1, and a terminator, whose
-    // address is returned.
+    // address is returned. `start` shortens the copy and doesn't move its source. A `size` of 0 copies nothing.
     virtual char* GetStr(void* dest, int start, int size);
+
+    // Copies a text, cut or padded with zeros to the field.
     virtual int SetStr(const char* text);
 
     virtual operator int();
     virtual operator unsigned int();
     virtual operator CALC_MNUM*(); // lives in the field until it is read again
 
-    virtual bool operator==(CField& other);
-    virtual bool operator!=(CField& other);
-    virtual bool operator<(CField& other);
-    virtual bool operator>(CField& other);
-    virtual int operator=(CField& other); // NOLINT(misc-unconventional-assign-operator): the stated result
     virtual int operator+(CField& other);
     virtual int operator-(CField& other);
-    virtual int operator+=(int days);
-
-    virtual bool operator==(int value);
-    virtual bool operator!=(int value);
-    virtual int operator=(int value); // NOLINT(misc-unconventional-assign-operator)
-    virtual bool operator==(const char* text);
-    virtual bool operator!=(const char* text);
-    virtual int operator=(const char* text); // NOLINT(misc-unconventional-assign-operator)
-    virtual bool operator==(short value);
-    virtual bool operator!=(short value);
-    virtual int operator=(short value); // NOLINT(misc-unconventional-assign-operator)
-    virtual bool operator==(unsigned short value);
-    virtual bool operator!=(unsigned short value);
-    virtual int operator=(unsigned short value); // NOLINT(misc-unconventional-assign-operator)
-    virtual bool operator==(unsigned int value);
-    virtual bool operator!=(unsigned int value);
-    virtual int operator=(unsigned int value); // NOLINT(misc-unconventional-assign-operator)
-    virtual bool operator==(CALC_MNUM* value);
-    virtual bool operator!=(CALC_MNUM* value);
-    virtual bool operator<(CALC_MNUM* value);
-    virtual bool operator>(CALC_MNUM* value);
-    virtual int operator=(CALC_MNUM* value); // NOLINT(misc-unconventional-assign-operator)
     virtual CALC_MNUM* operator+(CALC_MNUM* value);
     virtual CALC_MNUM* operator-(CALC_MNUM* value);
+    virtual int operator+=(int days);
+
+    // A text that is assigned must be as long as the field, unless the class says that it stops at a terminator.
+    virtual int operator=(CField& other);
+    virtual int operator=(int value);
+    virtual int operator=(const char* text);
+    virtual int operator=(short value);
+    virtual int operator=(unsigned short value);
+    virtual int operator=(unsigned int value);
+    virtual int operator=(CALC_MNUM* value);
+
+    // What a class knows of these stands in its Compare functions. Classes declare no comparison of their own: one that
+    // C++ may turn round would be as good as the one that was meant.
+    bool operator==(CField& other) { return Is_Equal(Compare_Field(other), "CField &"); }
+    bool operator!=(CField& other) { return Is_Unequal(Compare_Field(other), "CField &"); }
+    bool operator<(CField& other) { return Is_Less(Compare_Field(other), "CField &"); }
+    bool operator>(CField& other) { return Is_Greater(Compare_Field(other), "CField &"); }
+    bool operator==(int value) { return Is_Equal(Compare_Int(value), "int"); }
+    bool operator!=(int value) { return Is_Unequal(Differ_From_Int(value), "int"); }
+    bool operator==(const char* text) { return Is_Equal(Compare_Text(text), "char *"); }
+    bool operator!=(const char* text) { return Is_Unequal(Compare_Text(text), "char *"); }
+    bool operator==(short value) { return Is_Equal(Compare_Short(value), "short"); }
+    bool operator!=(short value) { return Is_Unequal(Compare_Short(value), "short"); }
+    bool operator==(unsigned short value) { return Is_Equal(Compare_Unsigned_Short(value), "unsigned short"); }
+    bool operator!=(unsigned short value) { return Is_Unequal(Compare_Unsigned_Short(value), "unsigned short"); }
+    bool operator==(unsigned int value) { return Is_Equal(Compare_Unsigned_Int(value), "unsigned int"); }
+    bool operator!=(unsigned int value) { return Is_Unequal(Compare_Unsigned_Int(value), "unsigned int"); }
+    bool operator==(CALC_MNUM* value) { return Is_Equal(Compare_Number(value), "CALC_MNUM *"); }
+    bool operator!=(CALC_MNUM* value) { return Is_Unequal(Compare_Number(value), "CALC_MNUM *"); }
+    bool operator<(CALC_MNUM* value) { return Is_Less(Compare_Number(value), "CALC_MNUM *"); }
+    bool operator>(CALC_MNUM* value) { return Is_Greater(Compare_Number(value), "CALC_MNUM *"); }
 
     int m_field_id;
     CMessage* m_parent;
@@ -197,112 +174,63 @@ public:
     int m_field_name_code;          // Name_Code of it
     bool m_shares_bytes;            // with a field whose value is kept
 
-    // Back from an element to the whole field.
-    void Forget_Element();
-
 protected:
-    virtual const char* Class_Name() const = 0;
+    [[nodiscard]] virtual const char* Class_Name() const = 0;
 
-    // Reports what the field couldn't do, in the words above.
-    void Complain(const char* operation, const char* right_hand) { Complain(Class_Name(), operation, right_hand); }
-    void Complain(const char* class_name, const char* operation, const char* right_hand);
+    // How the value stands to another: below 0, 0 or above 0; nothing if the type can't be compared with it.
+    using Order = std::optional<int>;
+    virtual int Compare_Same_Class(CField& other) = 0;
+    virtual Order Compare_Int(int /*value*/) { return {}; }
+    virtual Order Differ_From_Int(int value) { return Compare_Int(value); } // asked by != alone
+    virtual Order Compare_Text(const char* /*text*/) { return {}; }
+    virtual Order Compare_Short(short /*value*/) { return {}; }
+    virtual Order Compare_Unsigned_Short(unsigned short /*value*/) { return {}; }
+    virtual Order Compare_Unsigned_Int(unsigned int /*value*/) { return {}; }
+    virtual Order Compare_Number(const CALC_MNUM* /*value*/) { return {}; }
 
-    bool Is_Kept() const { return m_msg_field_init_pointer != nullptr && *m_msg_field_init_pointer != 0; }
+    // Reports what the field couldn't do, in the words above. Returns 0.
+    int Complain(const char* operation, const char* right_hand) const;
+    int Complain(const char* class_name, const char* operation, const char* right_hand) const;
+
+    [[nodiscard]] bool Is_Of_Same_Class(const CField& other) const;
+
+    // Values read through a policy are not kept: it may lead elsewhere the next time.
+    [[nodiscard]] bool Is_Kept() const { return m_msg_field_init_pointer != nullptr && *m_msg_field_init_pointer != 0; }
     void Keep() const
     {
-        if (m_msg_field_init_pointer != nullptr) {
+        if (m_msg_field_init_pointer != nullptr && m_policy_f == nullptr) {
             *m_msg_field_init_pointer = 1;
         }
     }
 
-    // Bytes from the field's place to the end of the buffer.
-    int Room() const;
+    // The field's bytes to be read.
+    [[nodiscard]] std::span<const char> Bytes();
 
-    // Copies `count` bytes, at most those to the end of the buffer, to the field's place. False, and nothing copied, if
-    // the policy leads elsewhere: what it gives is not the record's to change.
-    bool Store(const char* from, int count);
+    // Copies them, as far as they fit, and a terminator. Returns the terminator's address.
+    char* Copy_Bytes(std::span<char> text);
+
+    // The first `count` bytes to be written, as far as the buffer goes; none if a write is to be dropped. To_Write is
+    // for values: it forgets the kept values of fields that share the bytes.
+    [[nodiscard]] std::span<char> Writable(int count);
+    [[nodiscard]] std::span<char> To_Write(int count);
 
     static std::array<std::atomic<CField_Ref_Fun*>, MAX_REF_CALL> m_ref_func;
 
 private:
-    bool Is_Redirected();
+    [[nodiscard]] char* Place() const { return *m_record_data + m_displacement; }
+    char* Policy_Or_Element_Ptr();
+    [[nodiscard]] int Room() const; // bytes from the field's place to the end of the buffer
+    [[nodiscard]] bool Has_Bits(unsigned grp_bits, unsigned position) const;
+
+    Order Compare_Field(CField& other);
+    bool Is_Equal(Order order, const char* right_hand) const;
+    bool Is_Unequal(Order order, const char* right_hand) const;
+    bool Is_Less(Order order, const char* right_hand) const;
+    bool Is_Greater(Order order, const char* right_hand) const;
+
+    char* const* m_record_data; // where the record keeps the address of its buffer
+    int m_whole_len;            // m_len while no element is current
 };
-
-// ---- The eight classes -----------------------------------------------------------------------------------------
-
-// What the four binary classes share. A value that is written is cut to the type's width.
-template <class Self, class Value> class BinaryField : public CField
-{
-public:
-    using CField::CField;
-    using CField::operator=;
-    using CField::operator==;
-    using CField::operator!=;
-
-    operator int() override { return static_cast<int>(Get()); }
-    operator unsigned int() override { return static_cast<unsigned>(Get()); }
-    operator CALC_MNUM*() override;
-
-    bool operator==(CField& other) override;
-    bool operator!=(CField& other) override;
-    bool operator<(CField& other) override;
-    bool operator>(CField& other) override;
-    int operator=(CField& other) override; // NOLINT(misc-unconventional-assign-operator)
-    int operator+(CField& other) override;
-    int operator-(CField& other) override;
-    bool operator==(int value) override;
-    bool operator!=(int value) override;
-    int operator=(int value) override;        // NOLINT(misc-unconventional-assign-operator)
-    int operator=(const char* text) override; // NOLINT(misc-unconventional-assign-operator)
-
-    bool operator==(Self& other) { return Get() == other.Get(); }
-    bool operator!=(Self& other) { return Get() != other.Get(); }
-    bool operator<(Self& other) { return Get() < other.Get(); }
-    bool operator>(Self& other) { return Get() > other.Get(); }
-    int operator=(Self& other); // NOLINT(misc-unconventional-assign-operator)
-    int operator+(Self& other);
-    int operator-(Self& other);
-
-    void Set_Value(); // reads the buffer
-
-protected:
-    Value Get();
-    int Put(Value value);
-
-    Value m_value = 0;
-
-private:
-    std::array<CALC_MNUM, COMMON_CALC_SIZE> m_svalue{};
-};
-
-class CShort : public BinaryField<CShort, short>
-{
-public:
-    using BinaryField::BinaryField;
-    using BinaryField::operator=;
-    using BinaryField::operator==;
-    using BinaryField::operator!=;
-    using BinaryField::operator-;
-
-    bool operator==(short value) override;
-    bool operator!=(short value) override;
-    int operator=(short value) override;          // NOLINT(misc-unconventional-assign-operator)
-    int operator=(unsigned short value) override; // NOLINT(misc-unconventional-assign-operator)
-    int operator=(unsigned int value) override;   // NOLINT(misc-unconventional-assign-operator)
-    int operator-(CField& other) override;
-    int operator-(CShort& other); // reads both values and returns 0
-
-private:
-    const char* Class_Name() const override { return "CShort"; }
-};
-
-class CUnsignedShort;
-class CInteger;
-class CUnsignedInt;
-class CNumAsciiInt;
-class CNumAsciiDouble;
-class CAlpha;
-class CDate;
 
 namespace qapi {
 
