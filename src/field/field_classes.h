@@ -1,8 +1,8 @@
 // The eight classes of fields. What each can do stands here; anything else is reported by CField.
 //
 //   class            bytes                                     = (CField&)    compares with      assigns
-//   CShort           2, signed                                 CShort         int, short         int, short, unsigned,
-//   text CUnsignedShort   2, unsigned                               same           int, unsigned short  the same
+//   CShort           2, signed                                 CShort         int, short         int, short, unsigned, text
+//   CUnsignedShort   2, unsigned                               same           int, unsigned short  int, unsigned, text
 //   CInteger         4, signed, whatever m_len says            same           int                int, text
 //   CUnsignedInt     4, unsigned                               same           int, unsigned      int, unsigned, text
 //   CNumAsciiInt     digits, right-aligned                     same           int                int, text
