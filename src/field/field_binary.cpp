@@ -100,7 +100,12 @@ std::array<char, 12> decimal(unsigned value)
 
 int CShort::operator-(CField& other)
 {
-    return Is_Of_Same_Class(other) ? (Get(), static_cast<CShort&>(other).Get(), 0) : CField::operator-(other);
+    if (!Is_Of_Same_Class(other)) {
+        return BinaryField::operator-(other);
+    }
+    Get();
+    static_cast<CShort&>(other).Get();
+    return 0;
 }
 
 int CShort::operator=(unsigned short value)

@@ -119,7 +119,7 @@ CALC_MNUM* CField::operator-(CALC_MNUM* /*value*/)
 
 // ---- Assignments -----------------------------------------------------------------------------------------------
 
-int CField::operator=(CField& /*other*/)
+int CField::operator=(CField& /*other*/) // NOLINT(bugprone-unhandled-self-assignment): it assigns nothing
 {
     return Complain("=", "CField &");
 }

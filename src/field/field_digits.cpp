@@ -35,8 +35,8 @@ int CNumAsciiInt::operator=(int value)
         return 0;
     }
     int rest = value;
-    for (auto at = to.rbegin(); at != to.rend(); ++at) {
-        *at = static_cast<char>(rest % 10 + '0');
+    for (std::size_t i = to.size(); i-- > 0;) {
+        to[i] = static_cast<char>(rest % 10 + '0');
         rest /= 10;
     }
     for (auto at = to.begin(); at != to.end() && *at == '0'; ++at) {

@@ -9,6 +9,21 @@
 
 using namespace qapi;
 
+namespace {
+
+// Copies what fits, and zeros behind it. The bytes may overlap. False if there is no room at all.
+bool fill_padded(std::span<char> to, std::span<const char> bytes)
+{
+    const std::size_t count = std::min(bytes.size(), to.size());
+    if (count != 0) {
+        std::memmove(to.data(), bytes.data(), count);
+    }
+    std::fill(to.begin() + static_cast<std::ptrdiff_t>(count), to.end(), '\0');
+    return !to.empty();
+}
+
+} // namespace
+
 // ---- What texts and dates share --------------------------------------------------------------------------------
 
 char* TextField::operator>>(void* dest)
@@ -47,24 +62,14 @@ CField::Order TextField::Compare_Text(const char* text)
 
 bool TextField::Copy_Padded(std::span<const char> bytes)
 {
-    const std::span<char> to = To_Write(m_len);
-    const std::size_t count = std::min(bytes.size(), to.size());
-    if (count != 0) {
-        std::memmove(to.data(), bytes.data(), count); // fields may overlap
-    }
-    std::fill(to.begin() + static_cast<std::ptrdiff_t>(count), to.end(), '\0');
-    return !to.empty();
+    return fill_padded(To_Write(m_len), bytes);
 }
 
 // ---- Text ------------------------------------------------------------------------------------------------------
 
 int CAlpha::SetStr(const char* text)
 {
-    const std::span<char> to = Writable(m_len);
-    const std::size_t count = strnlen(text, to.size());
-    std::memmove(to.data(), text, count);
-    std::fill(to.begin() + static_cast<std::ptrdiff_t>(count), to.end(), '\0');
-    return to.empty() ? 0 : 1;
+    return fill_padded(Writable(m_len), {text, strnlen(text, static_cast<std::size_t>(m_len))}) ? 1 : 0;
 }
 
 int CAlpha::operator=(const char* text)

@@ -74,7 +74,7 @@ namespace qapi {
 FIELD_TABLE Fields_Of_Catalogue();
 
 // What FIELD_Check_Consistency does, for any table.
-void Check_Fields(std::span<FIELD_EQUIVALENCE> table);
+void Check_Fields(std::span<FIELD_EQUIVALENCE> fields);
 
 // The name by which hosts know a field, in lower case; null for a field that is reached by id alone. Lives as long as
 // the process.

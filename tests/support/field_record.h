@@ -67,7 +67,7 @@ protected:
     CField& Put(char type, int len, const std::string& bytes, int decimals = 0)
     {
         CField& field = record.Put(type, next, len, decimals);
-        Fill(next, bytes);
+        Fill(next, bytes + "~");
         next += len + 2;
         return field;
     }
