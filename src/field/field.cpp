@@ -173,7 +173,14 @@ void* CField::Do_Reference_Call(int index, int flag, int* status)
         return nullptr;
     }
     CField_Ref_Fun* function = m_ref_func[static_cast<std::size_t>(m_ref_value)].load(std::memory_order_acquire);
-    return function != nullptr ? function(this, index, status, flag) : nullptr;
+    if (function == nullptr) {
+        return nullptr;
+    }
+    void* found = function(this, index, status, flag);
+    if (m_elem_len != 0) {
+        m_parent->Has_Elements();
+    }
+    return found;
 }
 
 // ---- Bits ------------------------------------------------------------------------------------------------------
