@@ -221,6 +221,14 @@ TEST_F(FindField, AnElementOfOneRecordLeavesOtherRecordsOfItsClassAlone)
     EXPECT_EQ(other.Find_Field("receptor")->m_len, 1600);
 }
 
+TEST_F(FindField, NewContentsMakeTheFieldWholeAgain)
+{
+    const CField* field = Find("receptor[3]");
+    letter.Init();
+    EXPECT_EQ(field->m_index, 0);
+    EXPECT_EQ(field->m_len, 1600);
+}
+
 TEST_F(FindField, ADotBehindAnElementLeadsToItsRecord)
 {
     EXPECT_EQ(Find("receptor[2].codigo"), &people[1][CODIGO_USUARIO]);

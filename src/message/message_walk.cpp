@@ -27,13 +27,13 @@ constexpr int longest_name = 63;
 // if the path is longer.
 char* lower_case(const char* path, char* copy)
 {
-    for (const char* const last = copy + MAX_FIELD_PATH; copy <= last; ++path, ++copy) {
-        *copy = ascii_lower(*path);
-        if (*copy == 0) {
-            return copy;
-        }
+    const std::size_t length = strnlen(path, MAX_FIELD_PATH + 1); // known, so that all letters are lowered at once
+    if (length > MAX_FIELD_PATH) {
+        return nullptr;
     }
-    return nullptr;
+    char* end = std::transform(path, path + length, copy, ascii_lower);
+    *end = 0;
+    return end;
 }
 
 // What stands in brackets: a number above an int's range is the largest int, one that no element has is 0.
