@@ -11,7 +11,7 @@ using namespace qapi;
 
 // ---- What the four share ---------------------------------------------------------------------------------------
 
-template <class Self, class Value> void BinaryField<Self, Value>::Set_Value()
+template <class Self, class Value> void qapi::BinaryField<Self, Value>::Set_Value()
 {
     const char* at = Get_Data_Ptr();
     const auto there = static_cast<std::size_t>(Readable(at));
@@ -21,7 +21,7 @@ template <class Self, class Value> void BinaryField<Self, Value>::Set_Value()
     Keep();
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::Put(Value value)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::Put(Value value)
 {
     std::array<char, sizeof(Value)> bytes{};
     store_le(bytes.data(), value);
@@ -35,7 +35,7 @@ template <class Self, class Value> int BinaryField<Self, Value>::Put(Value value
     return 1;
 }
 
-template <class Self, class Value> BinaryField<Self, Value>::operator CALC_MNUM*()
+template <class Self, class Value> qapi::BinaryField<Self, Value>::operator CALC_MNUM*()
 {
     std::array<char, 12> text{};
     const Value value = Get();
@@ -44,17 +44,17 @@ template <class Self, class Value> BinaryField<Self, Value>::operator CALC_MNUM*
     return m_svalue.data();
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::operator+(CField& other)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator+(CField& other)
 {
     return Is_Of_Same_Class(other) ? Wrapped_Sum(*this, other) : CField::operator+(other);
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::operator-(CField& other)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator-(CField& other)
 {
     return Is_Of_Same_Class(other) ? Wrapped_Difference(*this, other) : CField::operator-(other);
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::operator=(CField& other)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator=(CField& other)
 {
     if (!Is_Of_Same_Class(other)) {
         return CField::operator=(other);
@@ -63,27 +63,27 @@ template <class Self, class Value> int BinaryField<Self, Value>::operator=(CFiel
     return 0;
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::operator=(const char* text)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator=(const char* text)
 {
     return *this = Saturated_Int(text);
 }
 
-template <class Self, class Value> int BinaryField<Self, Value>::Compare_Same_Class(CField& other)
+template <class Self, class Value> int qapi::BinaryField<Self, Value>::Compare_Same_Class(CField& other)
 {
     return Order_Of(Get(), static_cast<BinaryField&>(other).Get());
 }
 
 // An unsigned value and an int are compared as unsigned numbers.
-template <class Self, class Value> CField::Order BinaryField<Self, Value>::Compare_Int(int value)
+template <class Self, class Value> CField::Order qapi::BinaryField<Self, Value>::Compare_Int(int value)
 {
     using Common = std::common_type_t<Value, int>;
     return Order_Of(static_cast<Common>(Get()), static_cast<Common>(value));
 }
 
-template class BinaryField<CShort, short>;
-template class BinaryField<CUnsignedShort, unsigned short>;
-template class BinaryField<CInteger, int>;
-template class BinaryField<CUnsignedInt, unsigned>;
+template class qapi::BinaryField<CShort, short>;
+template class qapi::BinaryField<CUnsignedShort, unsigned short>;
+template class qapi::BinaryField<CInteger, int>;
+template class qapi::BinaryField<CUnsignedInt, unsigned>;
 
 // ---- What one of them has ---------------------------------------------------------------------------------------
 

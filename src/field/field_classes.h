@@ -1,9 +1,9 @@
 // The eight classes of fields. What each can do stands here; anything else is reported by CField.
 //
 //   class            bytes                                     = (CField&)    compares with      assigns
-//   CShort           2, signed                                 CShort         int, short         int, short, unsigned, text
-//   CUnsignedShort   2, unsigned                               same           int, unsigned short  int, unsigned, text
-//   CInteger         4, signed, whatever m_len says            same           int                int, text
+//   CShort           2, signed                                 CShort         int, short         int, short, unsigned,
+//   text CUnsignedShort   2, unsigned                               same           int, unsigned short  int, unsigned,
+//   text CInteger         4, signed, whatever m_len says            same           int                int, text
 //   CUnsignedInt     4, unsigned                               same           int, unsigned      int, unsigned, text
 //   CNumAsciiInt     digits, right-aligned                     same           int                int, text
 //   CNumAsciiDouble  fixed point, right-aligned                same           CALC_MNUM*         CALC_MNUM*, text, 0
@@ -19,6 +19,8 @@
 
 // ---- Binary numbers --------------------------------------------------------------------------------------------
 // Little-endian. What the buffer's end cuts off reads as 0. A value that is assigned is cut to the type's width.
+namespace qapi {
+
 template <class Self, class Value> class BinaryField : public CField
 {
 public:
@@ -56,7 +58,9 @@ private:
     std::array<CALC_MNUM, COMMON_CALC_SIZE> m_svalue{};
 };
 
-class CShort : public BinaryField<CShort, short>
+} // namespace qapi
+
+class CShort : public qapi::BinaryField<CShort, short>
 {
 public:
     using BinaryField::BinaryField;
@@ -74,7 +78,7 @@ private:
     Order Compare_Short(short value) override { return Get() - value; }
 };
 
-class CUnsignedShort : public BinaryField<CUnsignedShort, unsigned short>
+class CUnsignedShort : public qapi::BinaryField<CUnsignedShort, unsigned short>
 {
 public:
     using BinaryField::BinaryField;
@@ -89,7 +93,7 @@ private:
     Order Compare_Unsigned_Short(unsigned short value) override { return Get() - value; }
 };
 
-class CInteger : public BinaryField<CInteger, int>
+class CInteger : public qapi::BinaryField<CInteger, int>
 {
 public:
     using BinaryField::BinaryField;
@@ -101,7 +105,7 @@ private:
     [[nodiscard]] const char* Class_Name() const override { return "CInteger"; }
 };
 
-class CUnsignedInt : public BinaryField<CUnsignedInt, unsigned>
+class CUnsignedInt : public qapi::BinaryField<CUnsignedInt, unsigned>
 {
 public:
     using BinaryField::BinaryField;
@@ -115,10 +119,10 @@ private:
     Order Compare_Unsigned_Int(unsigned int value) override;
 };
 
-extern template class BinaryField<CShort, short>;
-extern template class BinaryField<CUnsignedShort, unsigned short>;
-extern template class BinaryField<CInteger, int>;
-extern template class BinaryField<CUnsignedInt, unsigned>;
+extern template class qapi::BinaryField<CShort, short>;
+extern template class qapi::BinaryField<CUnsignedShort, unsigned short>;
+extern template class qapi::BinaryField<CInteger, int>;
+extern template class qapi::BinaryField<CUnsignedInt, unsigned>;
 
 // ---- Digits ----------------------------------------------------------------------------------------------------
 // Written without a sign: the digits of a negative value are characters below '0', and 0 is all blanks. A value too
@@ -213,6 +217,8 @@ private:
 // ---- Texts -----------------------------------------------------------------------------------------------------
 // What texts and dates share. Two texts are compared over the length of the one at the left hand, or up to a
 // terminator.
+namespace qapi {
+
 class TextField : public CField
 {
 public:
@@ -230,11 +236,13 @@ protected:
     bool Copy_Padded(std::span<const char> bytes);
 };
 
+} // namespace qapi
+
 // A field of kind FLD_ALPHA_TYPE_STRING takes a text up to its terminator and is padded with zeros; any other takes as
 // many bytes as it is long. A number is written as its decimal text, followed by zeros, with one more behind the field
 // unless the buffer ends there: the value of the neighbour is forgotten. A field of one byte takes the number's low
 // byte.
-class CAlpha : public TextField
+class CAlpha : public qapi::TextField
 {
 public:
     using TextField::TextField;
@@ -261,7 +269,7 @@ private:
     int m_alpha_type = m_decimal_len;
 };
 
-class CDate : public TextField
+class CDate : public qapi::TextField
 {
 public:
     using TextField::TextField;

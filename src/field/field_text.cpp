@@ -26,12 +26,12 @@ bool fill_padded(std::span<char> to, std::span<const char> bytes)
 
 // ---- What texts and dates share --------------------------------------------------------------------------------
 
-char* TextField::operator>>(void* dest)
+char* qapi::TextField::operator>>(void* dest)
 {
     return Copy_Bytes({static_cast<char*>(dest), static_cast<std::size_t>(m_len) + 1});
 }
 
-char* TextField::GetStr(void* dest, int start, int size)
+char* qapi::TextField::GetStr(void* dest, int start, int size)
 {
     auto* text = static_cast<char*>(dest);
     if (size <= 0) {
@@ -42,7 +42,7 @@ char* TextField::GetStr(void* dest, int start, int size)
 }
 
 // What a shorter field lacks at the end of the buffer counts as zeros.
-int TextField::Compare_Same_Class(CField& other)
+int qapi::TextField::Compare_Same_Class(CField& other)
 {
     const std::span<const char> own = Bytes();
     const char* theirs = other.Get_Data_Ptr();
@@ -54,13 +54,13 @@ int TextField::Compare_Same_Class(CField& other)
     return own[there] != '\0' ? 1 : 0;
 }
 
-CField::Order TextField::Compare_Text(const char* text)
+CField::Order qapi::TextField::Compare_Text(const char* text)
 {
     const std::span<const char> own = Bytes();
     return std::strncmp(own.data(), text, own.size());
 }
 
-bool TextField::Copy_Padded(std::span<const char> bytes)
+bool qapi::TextField::Copy_Padded(std::span<const char> bytes)
 {
     return fill_padded(To_Write(m_len), bytes);
 }
