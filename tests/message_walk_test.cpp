@@ -134,6 +134,18 @@ TEST_F(FieldWalks, TheCursorStandsWhereTheNameIsWritten)
     EXPECT_EQ(walk.Cursor(), 0);
 }
 
+TEST_F(FieldWalks, TheTextEndsBehindTheDotUntilTheNameIsWritten)
+{
+    links.To(letter, EMISOR_CHAT, people[0]);
+    std::array<char, MAX_FIELD_PATH + 1> text{};
+    text.fill('#');
+    std::strcpy(text.data(), "emisor");
+    char* cursor = text.data();
+    EXPECT_EQ(letter.Next_Field(&cursor), &people[0][CODIGO_USUARIO]);
+    EXPECT_STREQ(text.data(), "emisor.");
+    EXPECT_STREQ(cursor, "");
+}
+
 TEST_F(FieldWalks, GoesThreeRecordsDeepAndBack)
 {
     links.To(letter, EMISOR_CHAT, people[0]);
@@ -358,6 +370,23 @@ TEST_F(FieldWalks, WhatAnElementLeadsToGoesByItsStatus)
     }
 }
 
+// Element 1 of the record itself, and an empty record for all others.
+void* only_the_first(CField* field, int index, int* status, int /*flag*/)
+{
+    if (status != nullptr) {
+        *status = index == 1 ? 2 : 1;
+    }
+    return field->m_parent;
+}
+
+TEST_F(FieldWalks, AnElementThatNamesNoRecordEndsTheArray)
+{
+    CField::Set_Reference_Call(28, only_the_first);
+    letter[RECEPTOR_CHAT].m_ref_value = 28;
+    EXPECT_EQ(Behind("receptor[1].texto"), "texto");
+    CField::Set_Reference_Call(28, nullptr);
+}
+
 TEST_F(FieldWalks, AsksForElementsAloud)
 {
     Receivers({&people[0], &people[1]});
@@ -425,6 +454,17 @@ TEST_F(FieldWalks, APathOf1023CharactersIsTakenAndALongerOneEndsTheWalk)
     char* cursor = longer.data();
     EXPECT_EQ(letter.Next_Field(&cursor), nullptr);
     EXPECT_EQ(cursor, longer.data());
+}
+
+// 63 characters in front of the end: a name may begin at 960, or an element end there.
+TEST_F(FieldWalks, AFieldIsGoneIntoAsLongAsTheLongestNameFits)
+{
+    Receivers({&letter});
+    const auto first = [](std::size_t length) { return "receptor[" + std::string(length - 11, '0') + "1]"; };
+    EXPECT_EQ(Behind(first(959)), first(959) + ".emisor");
+    EXPECT_EQ(Behind(first(960)), "texto");
+    EXPECT_EQ(Behind(first(948) + ".receptor"), first(948) + ".receptor[1]");
+    EXPECT_EQ(Behind(first(949) + ".receptor"), first(949) + ".texto");
 }
 
 // The record's own code leads back to it: each level adds "emisor." until the longest name would not fit any more.

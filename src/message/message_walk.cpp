@@ -295,7 +295,7 @@ char* WalkStep::write_brackets(const Match& match, int number) const
 {
     std::array<char, sizeof "[2147483647]"> brackets{};
     const int length = std::snprintf(brackets.data(), brackets.size(), "[%d]", number);
-    if (!has_room(match.end) || !has_room(match.end + length)) {
+    if (!has_room(match.end + length)) {
         return nullptr;
     }
     return std::copy_n(brackets.data(), length + 1, match.end) - 1;
