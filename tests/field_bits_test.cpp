@@ -67,7 +67,7 @@ TEST(FieldBits, EveryGroupReadsWhatWasStoredAndNothingElseChanges)
         for (unsigned position = 0; (position + 1) * width <= 24; ++position) {
             Raw bytes{0, 0, 0};
             FIELD_Set_Bits(bytes.data(), width, position, 0xFF);
-            const unsigned all = bytes[0] | bytes[1] << 8U | bytes[2] << 16U;
+            const unsigned all = bytes[0] + 0x100U * bytes[1] + 0x10000U * bytes[2];
             EXPECT_EQ(all, ((1U << width) - 1) << (width * position)) << width << " bits, group " << position;
             EXPECT_EQ(FIELD_Get_Bits(bytes.data(), width, position), (1U << width) - 1);
         }
