@@ -40,15 +40,21 @@ inline constexpr int MAX_REFERENCED_FIELDS_IN_A_MESSAGE = 1200; // positions who
 
 namespace qapi {
 
-// The hash of a name: of all characters up to the end, a '.' or a '['. Fields are looked up by it.
+// The hash of a name: of all characters up to the end, a '.' or a '['. Fields are looked up by it. Each character, a
+// signed number, is joined to twice what stands before it; four are taken at a time, as names are looked up a lot.
 [[nodiscard]] constexpr std::int32_t Name_Code(std::string_view name)
 {
+    const auto ends = [name](std::size_t at) { return name[at] == '.' || name[at] == '['; };
+    const auto number = [name](std::size_t at) {
+        return static_cast<std::uint32_t>(static_cast<signed char>(name[at]));
+    };
     std::uint32_t code = 1000;
-    for (const char c : name) {
-        if (c == '.' || c == '[') {
-            break;
-        }
-        code = (code << 1) ^ static_cast<std::uint32_t>(static_cast<signed char>(c));
+    std::size_t at = 0;
+    for (; at + 4 <= name.size() && !(ends(at) || ends(at + 1) || ends(at + 2) || ends(at + 3)); at += 4) {
+        code = (code << 4) ^ (number(at) << 3) ^ (number(at + 1) << 2) ^ (number(at + 2) << 1) ^ number(at + 3);
+    }
+    for (; at < name.size() && !ends(at); ++at) {
+        code = (code << 1) ^ number(at);
     }
     return static_cast<std::int32_t>(code);
 }
