@@ -60,7 +60,7 @@ double make_all_records()
 {
     const auto start = Clock::now();
     for (const RecordClass& each : All_Record_Classes()) {
-        each.make(nullptr).release(); // static records are never destroyed
+        benchmark::DoNotOptimize(each.make(nullptr).release()); // static records are never destroyed
     }
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
@@ -156,14 +156,14 @@ void print_construction()
         benchmark::DoNotOptimize(order.m_data);
     }
     const std::size_t made = allocations - before;
-    std::vector<double> times;
-    for (int round = 0; round < 1001; ++round) {
-        times.push_back(nanoseconds_of(
+    std::vector<double> times(1001);
+    for (double& time : times) {
+        time = nanoseconds_of(
             [] {
                 const CMsgOrder order;
                 benchmark::DoNotOptimize(order.m_data);
             },
-            10));
+            10);
     }
     std::printf("construct a CMsgOrder: %.0f ns (at most 2000), %zu allocations (at most 4)\n", median(times), made);
 }
@@ -187,11 +187,12 @@ void print_find_field()
 {
     CMsgOrder order;
     std::vector<double> medians;
+    medians.reserve(order.Layout_In_Force().Named().size());
     for (const FieldPlace* place : order.Layout_In_Force().Named()) {
         benchmark::DoNotOptimize(order.Find_Field(place->name));
-        std::vector<double> times;
-        for (int round = 0; round < 51; ++round) {
-            times.push_back(nanoseconds_of([&] { benchmark::DoNotOptimize(order.Find_Field(place->name)); }, 100));
+        std::vector<double> times(51);
+        for (double& time : times) {
+            time = nanoseconds_of([&] { benchmark::DoNotOptimize(order.Find_Field(place->name)); }, 100);
         }
         medians.push_back(median(times));
     }
@@ -200,24 +201,17 @@ void print_find_field()
                 medians.size(), median(medians), slowest);
 }
 
-// Reads that find the contents new each time, and reads of a value that is kept. Forgetting alone is taken off the
-// former.
+// Reads that find the contents new each time, and reads of a value that is kept.
 template <class Read> void print_access(const char* what, double bound, Read read)
 {
     CMsgOrder order;
     const std::string arrived = arrived_order();
     order.Update_Message_Info(arrived.data());
-    std::array<char, 1> flag{};
-    std::vector<double> fresh;
-    std::vector<double> kept;
-    for (int round = 0; round < 501; ++round) {
-        fresh.push_back(nanoseconds_of(
-            [&] {
-                read(order, true);
-                benchmark::DoNotOptimize(flag);
-            },
-            200));
-        kept.push_back(nanoseconds_of([&] { read(order, false); }, 200));
+    std::vector<double> fresh(501);
+    std::vector<double> kept(501);
+    for (std::size_t round = 0; round < fresh.size(); ++round) {
+        fresh[round] = nanoseconds_of([&] { read(order, true); }, 200);
+        kept[round] = nanoseconds_of([&] { read(order, false); }, 200);
     }
     std::printf("%s by id: %.1f ns when the contents are new, %.1f when the value is kept (at most %.0f)\n", what,
                 median(fresh), median(kept), bound);
@@ -272,7 +266,7 @@ void take_an_order(benchmark::State& state)
 {
     CMsgOrder order;
     const std::string arrived = arrived_order();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto turn : state) {
         benchmark::DoNotOptimize(take_and_get_five(order, arrived));
     }
 }
