@@ -278,24 +278,6 @@ TEST_F(Field, AValueIsKeptUntilTheRecordHasNewContents)
     EXPECT_EQ(static_cast<int>(field), 456);
 }
 
-TEST_F(Field, AWriteForgetsTheValuesOfFieldsThatShareItsBytes)
-{
-    CField& whole = record.Put('A', 10, 6);
-    CField& part = record.Put('N', 10, 3);
-    CField& apart = record.Put('N', 20, 3);
-    whole.m_shares_bytes = true;
-    part.m_shares_bytes = true;
-    Fill(10, "111222");
-    Fill(20, "  9");
-    EXPECT_EQ(static_cast<int>(part) + static_cast<int>(apart), 120);
-    std::memcpy(record.m_data + 20, "  8", 3);
-    EXPECT_EQ(whole = "333444", 1);
-    EXPECT_EQ(static_cast<int>(part), 333);
-    EXPECT_EQ(static_cast<int>(apart), 8); // all are read again
-    EXPECT_EQ(part = 5, 1);
-    EXPECT_EQ(*part.m_msg_field_init_pointer, 1);
-}
-
 TEST_F(Field, AWriteToBytesOfItsOwnLeavesOtherValues)
 {
     CField& a = Put('N', 3, "111");

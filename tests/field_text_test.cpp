@@ -91,16 +91,6 @@ TEST_F(FieldText, ANumberInALongTextLeavesNoOldByte)
     EXPECT_EQ(Bytes(2, 43), "~7" + std::string(40, '\0') + "~");
 }
 
-TEST_F(FieldText, TheZeroBehindTheFieldMakesTheNeighbourBeReadAgain)
-{
-    CField& field = record.Put('A', 10, 3);
-    CField& neighbour = record.Put('N', 13, 2);
-    Fill(10, "abc17");
-    EXPECT_EQ(static_cast<int>(neighbour), 17);
-    EXPECT_EQ(field = 5, 1);
-    EXPECT_EQ(static_cast<int>(neighbour), 7);
-}
-
 TEST_F(FieldText, AtTheEndOfTheBufferNoZeroStandsBehind)
 {
     CField& field = record.Put('A', 157, 3);

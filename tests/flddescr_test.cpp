@@ -123,11 +123,13 @@ TEST(FieldCheck, ReportsARowBehindASeparatorThatOpensNoGroup)
                                              Line(table, DATA_CODE) + ")\n"));
 }
 
-TEST(FieldCheck, ReportsAnEndThatIsNotReached)
+TEST(FieldCheck, ReportsAnEndThatIsNotReachedOrPassed)
 {
     const FIELD_TABLE table = Fields_Of_Catalogue();
-    EXPECT_EQ(Printed([](FIELD_TABLE& broken) { broken[MSG_NUMBER_FIELD].end_pos = 4; }),
-              "Error: end position should be 3 line (" + Line(table, MSG_NUMBER_FIELD) + ")\n");
+    for (const int end : {2, 4}) {
+        EXPECT_EQ(Printed([end](FIELD_TABLE& broken) { broken[MSG_NUMBER_FIELD].end_pos = end; }),
+                  "Error: end position should be 3 line (" + Line(table, MSG_NUMBER_FIELD) + ")\n");
+    }
 }
 
 TEST(FieldCheck, ReportsALongRowOfATypeThatIsShort)

@@ -1,10 +1,12 @@
 // A record's identity: the CRC-32 of one field and the environment it comes from.
 #include "message/message.h"
 #include "qcapi/support.h"
+#include "records/all_records.h"
 #include "records/reference.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -85,6 +87,15 @@ TEST_F(MessageIdentity, EveryInitOfAClassWithAnIdentityRefreshesIt)
     other[CODIGO_3C_CITY] = "GYE";
     m_city = other;
     EXPECT_EQ(m_city.m_env_crc32, (DLONG{crc_of(other), our_environment}));
+}
+
+TEST_F(MessageIdentity, IsRefreshedByTheClassesThatHaveAFieldForIt)
+{
+    for (const RecordClass& each : All_Record_Classes()) {
+        const auto record = each.make(nullptr);
+        EXPECT_EQ(dynamic_cast<CHashedRecord*>(record.get()) != nullptr, each.layout().Crc32_Field() != nullptr)
+            << each.name;
+    }
 }
 
 TEST_F(MessageIdentity, ClassesWithoutOneLeaveItAlone)

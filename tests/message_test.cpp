@@ -204,6 +204,28 @@ TEST(Message, BackupComesBackAndReadValuesStayUntilInit)
     EXPECT_EQ(static_cast<int>(city[REC_NUM]), 5);
 }
 
+TEST(Message, BackupIsTheWholeRecordAndComesBackWhole)
+{
+    CGTCity city;
+    std::memset(city.m_data, 'a', 157);
+    std::string kept(158, '#');
+    city.Backup(kept.data());
+    EXPECT_EQ(kept, std::string(157, 'a') + "#");
+    std::memset(city.m_data, 'b', 158);
+    city.Restore(kept.data());
+    EXPECT_EQ(std::string(city.m_data, 158), std::string(157, 'a') + "b");
+}
+
+TEST(Message, AssignmentToItselfMakesReadValuesFresh)
+{
+    CGTCity city;
+    EXPECT_EQ(static_cast<int>(city[REC_NUM]), 0);
+    city.m_data[6] = 5;
+    CGTCity& same = city;
+    city = same;
+    EXPECT_EQ(static_cast<int>(city[REC_NUM]), 5);
+}
+
 TEST(Message, RecordsOfAllThreadsShareOneLayout)
 {
     std::vector<const RecordLayout*> layouts(4);

@@ -11,8 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -236,6 +238,34 @@ TEST(EnvelopeTemplate, BranchStandsOneByteBehindItsField)
     EXPECT_EQ(at(message, 3 + 10, 4), "\x04\x03\x02\x01");
     EXPECT_EQ(at(message, 3 + 52, 8), "BANKQTO1");
     EXPECT_EQ(bytes_of(message, SUCURSAL), std::string("\0BANKQTO", 8));
+}
+
+TEST(EnvelopeTemplate, MembersStandAtTheirBytes)
+{
+    const std::vector<std::size_t> offsets{offsetof(CABEZA_DFN, codigo_primaryuser),
+                                           offsetof(CABEZA_DFN, bandera_mensaje_persistente),
+                                           offsetof(CABEZA_DFN, no_guardar_log_destinatarios),
+                                           offsetof(CABEZA_DFN, guardar_log_remitente),
+                                           offsetof(CABEZA_DFN, marca_procesado),
+                                           offsetof(CABEZA_DFN, codigo_dataserver),
+                                           offsetof(CABEZA_DFN, numero_remitente),
+                                           offsetof(CABEZA_DFN, numero_dataserver),
+                                           offsetof(CABEZA_DFN, log),
+                                           offsetof(CABEZA_DFN, usuario),
+                                           offsetof(CABEZA_DFN, hora),
+                                           offsetof(CABEZA_DFN, fecha),
+                                           offsetof(CABEZA_DFN, milisegundo),
+                                           offsetof(CABEZA_DFN, bandera_destinatarios),
+                                           offsetof(CABEZA_DFN, bandera_tipo_horas),
+                                           offsetof(CABEZA_DFN, hora_local_remitente),
+                                           offsetof(CABEZA_DFN, relleno_1_cabeza),
+                                           offsetof(CABEZA_DFN, sucursal),
+                                           offsetof(CABEZA_DFN, bandera_institucion_especial_remitente),
+                                           offsetof(CABEZA_DFN, funcion_institucion_remitente),
+                                           offsetof(CABEZA_DFN, diezmilesima_local_remitente),
+                                           offsetof(CABEZA_DFN, relleno_2_cabeza)};
+    EXPECT_EQ(offsets, (std::vector<std::size_t>{0,  4,  5,  6,  7,  8,  10, 14, 18, 19, 23,
+                                                 29, 38, 42, 43, 44, 50, 52, 60, 61, 76, 80}));
 }
 
 TEST(EnvelopeTemplate, EightyBytesOfItTravel)

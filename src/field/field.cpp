@@ -92,8 +92,8 @@ std::span<char> CField::Writable(int count)
 std::span<char> CField::To_Write(int count)
 {
     const std::span<char> bytes = Writable(count);
-    if (m_shares_bytes && !bytes.empty()) {
-        m_parent->Forget_Values();
+    if ((m_shares_bytes || m_parent->Has_Undefined_Fields()) && !bytes.empty()) {
+        m_parent->Forget_Values_Over(m_displacement, static_cast<int>(bytes.size()));
     }
     return bytes;
 }

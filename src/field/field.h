@@ -2,8 +2,7 @@
 // type can't do is reported, and changes nothing.
 //
 // A value that had to be parsed is kept until the record gets new contents: one byte of the record for each field tells
-// whether it is. A write through an operator keeps the new value, and forgets the kept values of all other fields if
-// some of them share its bytes. SetStr, bit groups and writes to the raw pointer leave kept values as they are: Init()
+// whether it is. A write through an operator keeps the new value, and forgets those of fields that share its bytes. SetStr, bit groups and writes to the raw pointer leave kept values as they are: Init()
 // of the record makes them fresh.
 //
 // Every class (field/field_classes.h) does what its type can and inherits a complaint for the rest. The complaint is
@@ -77,7 +76,8 @@ public:
     int MemCmp(const void* bytes);        // memcmp with as many bytes as it is long
     void Set_Text(std::string_view text); // assigns a text of any length, cut or padded with zeros to the field
 
-    void Set_Name(const char* name, int code); // the name is not copied
+    // Gives this object a name, which is not copied. Records find fields by the names that their classes gave.
+    void Set_Name(const char* name, int code);
     [[nodiscard]] bool Is_Named() const { return m_field_name != nullptr && m_field_name_code != 0; }
 
     // Where in `text` the field's name ends; null if the text doesn't begin with it. `code` is the text's Name_Code.

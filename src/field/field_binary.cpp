@@ -65,7 +65,8 @@ template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator=
 
 template <class Self, class Value> int qapi::BinaryField<Self, Value>::operator=(const char* text)
 {
-    return *this = Saturated_Int(text);
+    return Put(static_cast<Value>(std::is_same_v<Value, unsigned> ? Saturated_Unsigned(text)
+                                                                  : static_cast<unsigned>(Saturated_Int(text))));
 }
 
 template <class Self, class Value> int qapi::BinaryField<Self, Value>::Compare_Same_Class(CField& other)

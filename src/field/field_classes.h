@@ -169,7 +169,8 @@ private:
 
 // ---- Fixed point -----------------------------------------------------------------------------------------------
 // A sign position, blanks, digits, a point and m_decimal_len decimals; no point without decimals. -12.5 in 19 bytes
-// with 4 decimals is a minus, eleven blanks, 12.5000. What is assigned is brought into this form.
+// with 4 decimals is a minus, eleven blanks, 12.5000. What is assigned is brought into this form. A null number, such
+// as a field that can't be cast gives, is reported.
 class CNumAsciiDouble : public CField
 {
 public:
@@ -200,7 +201,7 @@ public:
 private:
     [[nodiscard]] const char* Class_Name() const override { return "CNumAsciiDouble"; }
     int Compare_Same_Class(CField& other) override;
-    Order Compare_Number(const CALC_MNUM* value) override { return calc_cmp(Get(), value); }
+    Order Compare_Number(const CALC_MNUM* value) override;
 
     CALC_MNUM* Get()
     {

@@ -34,6 +34,9 @@ void CNumAsciiDouble::Set_Value()
 
 int CNumAsciiDouble::operator=(CALC_MNUM* value)
 {
+    if (value == nullptr) {
+        return CField::operator=(value);
+    }
     const int longest = static_cast<int>(m_str_value.size()) - 1;
     const std::span<char> to = To_Write(std::min(m_len, longest));
     if (to.empty()) {
@@ -90,6 +93,11 @@ CNumAsciiDouble::operator int()
     return Saturated_Int(m_str_value.data());
 }
 
+CField::Order CNumAsciiDouble::Compare_Number(const CALC_MNUM* value)
+{
+    return value != nullptr ? Order(calc_cmp(Get(), value)) : Order();
+}
+
 int CNumAsciiDouble::Compare_Same_Class(CField& other)
 {
     return calc_cmp(Get(), static_cast<CNumAsciiDouble&>(other).Get());
@@ -100,6 +108,9 @@ int CNumAsciiDouble::Compare_Same_Class(CField& other)
 
 CALC_MNUM* CNumAsciiDouble::operator+(CALC_MNUM* value)
 {
+    if (value == nullptr) {
+        return CField::operator+(value);
+    }
     thread_local Number result{};
     result = result_of(calc_add, Get(), value);
     return result.data();
@@ -107,6 +118,9 @@ CALC_MNUM* CNumAsciiDouble::operator+(CALC_MNUM* value)
 
 CALC_MNUM* CNumAsciiDouble::operator-(CALC_MNUM* value)
 {
+    if (value == nullptr) {
+        return CField::operator-(value);
+    }
     thread_local Number result{};
     result = result_of(calc_sub, Get(), value);
     return result.data();

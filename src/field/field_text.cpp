@@ -106,7 +106,7 @@ int CAlpha::operator=(int value)
     if (to.empty()) {
         return 0;
     }
-    m_parent->Forget_Values();
+    m_parent->Forget_Values_Over(m_displacement, static_cast<int>(to.size()));
     std::memcpy(to.data(), text.c_str(), to.size()); // the terminator too, unless the buffer ends before it
     return 1;
 }

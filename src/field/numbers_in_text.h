@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 
@@ -12,6 +13,14 @@ namespace qapi {
 {
     const long number = std::strtol(text, nullptr, 10);
     return static_cast<int>(std::clamp<long>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+// The same, as far as an unsigned number of 32 bits goes, of a text that may also be a negative int.
+[[nodiscard]] inline std::uint32_t Saturated_Unsigned(const char* text)
+{
+    const long long number = std::strtoll(text, nullptr, 10);
+    return static_cast<std::uint32_t>(std::clamp<long long>(number, std::numeric_limits<std::int32_t>::min(),
+                                                            std::numeric_limits<std::uint32_t>::max()));
 }
 
 // Below 0, 0 or above 0 as `a` is less than, equal to or greater than `b`.

@@ -28,8 +28,6 @@
     KEY(CPriceOrderKey)        KEY(CPriceG7MarketKey)   KEY(CPriceVoicemarketKey)
 // clang-format on
 
-class CIdxKey;
-class CEnvCrc32Key;
 class CMapService;
 #define DECLARE_KEY(key) class key; // NOLINT(bugprone-macro-parentheses): the name of a type
 RECORD_KEYS(DECLARE_KEY)

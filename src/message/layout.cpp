@@ -15,12 +15,21 @@ namespace {
 
 constexpr int no_code = 0; // of a field without a name
 
-std::array<int, MAX_MESSAGES_TYPES> m_message_pos_num{}; // positions given out, by class id; under positions_lock
+std::array<int, MAX_MESSAGES_TYPES> m_message_pos_num{}; // positions given out, by class id; under layouts_lock
 
-std::mutex& positions_lock()
+// Guards what follows.
+std::mutex& layouts_lock()
 {
     static ProcessLifetime<std::mutex> lock([] { return new std::mutex; });
     return *lock;
+}
+
+// Never destroyed: records outlive main.
+std::vector<std::unique_ptr<RecordLayout>>& kept_layouts()
+{
+    static ProcessLifetime<std::vector<std::unique_ptr<RecordLayout>>> layouts(
+        [] { return new std::vector<std::unique_ptr<RecordLayout>>; });
+    return *layouts;
 }
 
 bool keeps_a_value(const FieldPlace& place)
@@ -32,7 +41,7 @@ bool keeps_a_value(const FieldPlace& place)
 
 int qapi::Give_Field_Position(int message_id, int field_id)
 {
-    const std::lock_guard lock(positions_lock());
+    const std::lock_guard lock(layouts_lock());
     std::atomic<std::int16_t>& position =
         m_message_pos[static_cast<std::size_t>(message_id)][static_cast<std::size_t>(field_id)];
     if (position.load(std::memory_order_relaxed) == 0) {
@@ -40,6 +49,20 @@ int qapi::Give_Field_Position(int message_id, int field_id)
         position.store(static_cast<std::int16_t>(next), std::memory_order_relaxed);
     }
     return position.load(std::memory_order_relaxed);
+}
+
+int qapi::Bytes_Of_Value(int field_id, int len)
+{
+    switch (glb_field_equivalence[static_cast<std::size_t>(field_id)].field_type) {
+    case FLD_SHORT:
+    case FLD_UNSIGNED_SHORT:
+        return 2;
+    case FLD_INT:
+    case FLD_UNSIGNED_INT:
+        return 4;
+    default:
+        return len;
+    }
 }
 
 // A field that begins inside the record is cut at the record's end, one that begins behind it at the end of the spare
@@ -93,8 +116,9 @@ void qapi::RecordLayout::Mark_Shared_Bytes()
 {
     std::vector<int> kept_values(static_cast<std::size_t>(Data_Len() + MESSAGE_EXTRA_ALLOCATED_SIZE));
     const auto bytes_of = [&kept_values](const FieldPlace& place) {
-        return std::span(kept_values)
-            .subspan(static_cast<std::size_t>(place.displacement), static_cast<std::size_t>(place.len));
+        const std::span to_the_end = std::span(kept_values).subspan(static_cast<std::size_t>(place.displacement));
+        const auto bytes = static_cast<std::size_t>(place.len > 0 ? Bytes_Of_Value(place.field_id, place.len) : 0);
+        return to_the_end.first(std::min(bytes, to_the_end.size()));
     };
     for (const FieldPlace& place : m_fields) {
         for (int& values : bytes_of(place)) {
@@ -300,5 +324,6 @@ const RecordLayout& qapi::Composition::Keep()
     m_layout->Number_Fields();
     m_layout->Mark_Shared_Bytes();
     m_layout->Index_Names();
-    return *m_layout.release(); // never destroyed: records outlive main
+    const std::lock_guard lock(layouts_lock());
+    return *kept_layouts().emplace_back(std::move(m_layout));
 }

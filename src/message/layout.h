@@ -92,6 +92,9 @@ struct FieldPlace
     int named_index = -1; // among the fields that a walk by name visits
 };
 
+// The bytes that a field's value takes: those of its number if it is a binary one, whatever its length is cut to.
+[[nodiscard]] int Bytes_Of_Value(int field_id, int len);
+
 // The displacement and length of a field whose group stands at `base`, cut to a record of `data_len` bytes and its
 // spare ones. A field that begins behind all of them has length 0 and the displacement of the last byte.
 [[nodiscard]] FieldPlace Place_Field(int field_id, int base, int data_len);

@@ -165,6 +165,17 @@ char* CMessage::Get_Field_Init_Pointer(int position)
     return &m_field_init[static_cast<std::size_t>(position)];
 }
 
+void CMessage::Forget_Values_Over(int displacement, int count)
+{
+    m_field.for_each([=](const CField& field) {
+        const int end = field.m_displacement + qapi::Bytes_Of_Value(field.m_field_id, field.m_len);
+        if (field.m_displacement < displacement + count && displacement < end &&
+            field.m_msg_field_init_pointer != nullptr) {
+            *field.m_msg_field_init_pointer = 0;
+        }
+    });
+}
+
 CField& CMessage::Make_Field(const FieldPlace& place)
 {
     return m_field.put(place.position, qapi::Create_Field(this, place));
@@ -190,7 +201,7 @@ CField& CMessage::Touch(int field_id)
     FIELD_Report_No_Definition(field_id, m_message_id);
     FieldPlace place = qapi::Place_Field(field_id, m_msg_displacement, m_data_len);
     place.position = position;
-    place.shares_bytes = true; // with whatever the class has there
+    m_has_undefined_fields = true;
     return Make_Field(place);
 }
 

@@ -95,8 +95,8 @@ public:
 
     // ---- Fields ------------------------------------------------------------------------------------------------
 
-    // The field of an id, whole if it is a repeating one. A field that the class has not defined is reported, and made
-    // where the class's composition ended. Lives as long as the record.
+    // The field of an id of the catalogue, whole if it is a repeating one. A field that the class has not defined is
+    // reported, and made where the class's composition ended. Lives as long as the record.
     CField& operator[](int field_id)
     {
         CField* field = m_field.at(qapi::Field_Position(m_message_id, field_id));
@@ -128,6 +128,12 @@ public:
 
     // Forgets all values that were read, so that the next reads see the buffer.
     void Forget_Values() { m_field_init.fill(0); }
+
+    // Forgets the values whose bytes meet the `count` bytes from `displacement` on.
+    void Forget_Values_Over(int displacement, int count);
+
+    // True if a field that the class has not defined may lie over those that it has.
+    [[nodiscard]] bool Has_Undefined_Fields() const { return m_has_undefined_fields; }
 
     // Told by a field of which an element became current: Init goes back to the whole field.
     void Has_Elements() { m_has_elements = true; }
@@ -206,6 +212,7 @@ private:
     std::unique_ptr<char[]> m_own_data;
     std::array<char, MAX_REFERENCED_FIELDS_IN_A_MESSAGE> m_field_init{}; // 1: the value at this position is kept
     qapi::FieldSlots m_field;
+    bool m_has_undefined_fields = false;
     bool m_has_elements = false; // an element of some field may be current
 };
 

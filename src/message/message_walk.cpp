@@ -118,8 +118,8 @@ Lead lead_of_segment(CMessage& record, std::string_view path)
 // ---- Walk ------------------------------------------------------------------------------------------------------
 
 // A step of a walk: from the field that the text names to the one behind it. Nothing is written where the longest name
-// would not fit behind it: a field whose path would grow longer leads nowhere. That also ends the walk over records
-// that lead to each other in a circle.
+// would not fit behind it: a field whose path would grow longer leads nowhere. That also ends the walk over a record
+// that leads back to itself; with several such ways the steps double at each level, so tables must not lead in circles.
 class WalkStep
 {
 public:
