@@ -230,6 +230,7 @@ TEST(Message, RecordsOfAllThreadsShareOneLayout)
 {
     std::vector<const RecordLayout*> layouts(4);
     std::vector<std::thread> threads;
+    threads.reserve(layouts.size());
     for (auto& layout : layouts) {
         threads.emplace_back([&layout] {
             CMsgEndTransaction record;

@@ -4,8 +4,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 // ---- Elements ----
 

@@ -326,7 +326,7 @@ std::string Difference(RandomRecords& records, CField* field, int element, const
 std::string Difference_Of_Step(RandomRecords& records, FieldWalk& walk, const Answer& shown)
 {
     CField* field = walk.Next();
-    const std::string difference = Difference(records, field, walk.Element(), shown);
+    std::string difference = Difference(records, field, walk.Element(), shown);
     if (!difference.empty() || field == nullptr) {
         return difference;
     }
