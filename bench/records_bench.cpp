@@ -86,7 +86,7 @@ std::string arrived_order()
 std::string tagged_message()
 {
     std::string body = "35=D|49=CLIENTBANK|56=MARKET|34=1201|52=20261121-14:30:05.123|11=AB12000123|1=ACCOUNT-0001|"
-                       "21=1|55=USD/XXX|54=1|60=20261121-14:30:05.120|38=1500000.00|40=2|44=1.234500|59=0|15=USD|"
+                       "21=1|55=EUR/USD|54=1|60=20261121-14:30:05.120|38=1500000.00|40=2|44=1.234500|59=0|15=USD|"
                        "58=SPOT ORDER OF THE MORNING BOOK|76=BROKER1|100=XQTO|110=1000|111=1500000|120=USD|"
                        "167=FOR|207=XQTO|336=1|423=1|528=A|529=1";
     body.append(std::max<std::size_t>(352, body.size()) - body.size(), '0');

@@ -138,6 +138,9 @@ public:
     // Told by a field of which an element became current: Init goes back to the whole field.
     void Has_Elements() { m_has_elements = true; }
 
+    [[nodiscard]] const qapi::RecordLayout& Layout_In_Force() const { return *m_layout; }
+    [[nodiscard]] int Buffer_Size() const { return m_data_len + MESSAGE_EXTRA_ALLOCATED_SIZE; }
+
     // ---- Identity ----------------------------------------------------------------------------------------------
 
     // Brings m_env_crc32 up to date with the contents. Returns 1 if that changed ENVIRONMENT and CRC32 in the buffer
@@ -164,15 +167,6 @@ public:
     // NOLINTEND(bugprone-macro-parentheses)
     virtual void Init_Key(CUserKey* /*to_fill*/, int /*which*/) {}
     virtual void Init_Key(CSummaryKey* /*to_fill*/, int /*which*/) {}
-
-    [[nodiscard]] const qapi::RecordLayout& Layout_In_Force() const
-    {
-        return *m_layout;
-    }
-    [[nodiscard]] int Buffer_Size() const
-    {
-        return m_data_len + MESSAGE_EXTRA_ALLOCATED_SIZE;
-    }
 
     int m_type = 3;             // 3 message, 2 order message, 1 table record
     int m_msg_displacement = 0; // where a field that isn't defined is placed
