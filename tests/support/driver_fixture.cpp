@@ -207,6 +207,8 @@ void DriverTest::Take_Connection()
 {
     peer.accept();
     Expect_Status(opened);
+    const TransportLock lock(
+        descr->DCON_lock); // the driver holds it until its first check of the clock waits to be sent
 }
 
 // The peer has read everything, so its close is an end of the stream and no reset.
