@@ -2,8 +2,9 @@
 // type can't do is reported, and changes nothing.
 //
 // A value that had to be parsed is kept until the record gets new contents: one byte of the record for each field tells
-// whether it is. A write through an operator keeps the new value, and forgets those of fields that share its bytes. SetStr, bit groups and writes to the raw pointer leave kept values as they are: Init()
-// of the record makes them fresh.
+// whether it is. A write through an operator keeps the new value, and forgets those of fields that share its bytes.
+// SetStr, bit groups and writes to the raw pointer leave kept values as they are: Init() of the record makes them
+// fresh.
 //
 // Every class (field/field_classes.h) does what its type can and inherits a complaint for the rest. The complaint is
 // reported with code 1:
