@@ -263,6 +263,15 @@ TEST_F(FieldWalks, AFieldIsGoneIntoAsLongAsTheLongestNameFits)
     EXPECT_EQ(Behind(first(949) + ".receptor"), first(949) + ".texto");
 }
 
+TEST_F(FieldWalks, BehindAWholeFieldElementsBeginAsLongAsTheirNumberFits)
+{
+    Receivers({&letter});
+    links.Answer(letter, EMISOR_CHAT, &people[0], 2);
+    const auto first = [](std::size_t length) { return "receptor[" + std::string(length - 11, '0') + "1]"; };
+    EXPECT_EQ(Behind(first(949) + ".emisor.nombre_completo"), first(949) + ".emisor[1].codigo");
+    EXPECT_EQ(Behind(first(951) + ".emisor.nombre_completo"), first(951) + ".receptor");
+}
+
 // The record's own code leads back to it: each level adds "emisor." until the longest name would not fit any more.
 TEST_F(FieldWalks, ACircleEndsWhereTheLongestNameWouldNotFitAnyMore)
 {
