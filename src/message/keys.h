@@ -1,5 +1,5 @@
 // The keys by which tables find records. A record fills those of the tables it may live in: CMessage has one operation
-// for each key, which does nothing unless the record's class knows better.
+// for each key, which does nothing unless the record's class knows better. Any record fills CIdxKey and CEnvCrc32Key.
 #pragma once
 
 // clang-format off
@@ -23,12 +23,15 @@
     KEY(CCityKey)              KEY(CCountryKey)         KEY(CMoneyKey)              KEY(CFixedIncomeMarketsKey) \
     KEY(CVoiceGroupKey)        KEY(CBranchUserKey)
 
-// The prices' keys are also filled for a given text and kind of price; and, of a linked order, for what it is linked to.
+// The prices' keys are also filled as the bound of a range: with the side, 'D' for bids, and a byte that fills what
+// stands behind it; and, of a linked order, for what it is linked to.
 #define RECORD_PRICE_KEYS(KEY) \
     KEY(CPriceOrderKey)        KEY(CPriceG7MarketKey)   KEY(CPriceVoicemarketKey)
 // clang-format on
 
 class CMapService;
+class CIdxKey;
+class CEnvCrc32Key;
 #define DECLARE_KEY(key) class key; // NOLINT(bugprone-macro-parentheses): the name of a type
 RECORD_KEYS(DECLARE_KEY)
 #undef DECLARE_KEY

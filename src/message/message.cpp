@@ -1,5 +1,6 @@
 #include "message/message.h"
 
+#include "keys/idx_keys.h"
 #include "qcapi/support.h"
 #include "records/sizes.h"
 
@@ -203,6 +204,18 @@ CField& CMessage::Touch(int field_id)
     place.position = position;
     m_has_undefined_fields = true;
     return Make_Field(place);
+}
+
+// ---- Keys ------------------------------------------------------------------------------------------------------
+
+void CMessage::Init_Key(CIdxKey* to_fill)
+{
+    to_fill->Init(0, static_cast<unsigned>((*this)[REC_IDX]));
+}
+
+void CMessage::Init_Key(CEnvCrc32Key* to_fill)
+{
+    to_fill->Init(m_env_crc32);
 }
 
 // ---- Identity --------------------------------------------------------------------------------------------------

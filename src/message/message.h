@@ -154,14 +154,16 @@ public:
     virtual int Check_Pers_Data(int /*version*/) { return 0; }
     virtual void Add_Services_Map(CMapService* /*map*/) {}
 
+    virtual void Init_Key(CIdxKey* to_fill);      // 0 and REC_IDX
+    virtual void Init_Key(CEnvCrc32Key* to_fill); // m_env_crc32
 // NOLINTBEGIN(bugprone-macro-parentheses): the names of types
 #define KEY(key)                                                                                                       \
     virtual void Init_Key(key* /*to_fill*/) {}
     RECORD_KEYS(KEY)
 #undef KEY
 #define KEY(key)                                                                                                       \
-    virtual void Init_Key(key* /*to_fill*/, const char* /*price*/, int /*kind*/) {}                                    \
-    virtual void Init_Lnk_Key(key* /*to_fill*/, const char* /*price*/, int /*kind*/) {}
+    virtual void Init_Key(key* /*to_fill*/, const char* /*o_d*/, int /*fill*/) {}                                      \
+    virtual void Init_Lnk_Key(key* /*to_fill*/, const char* /*o_d*/, int /*fill*/) {}
     RECORD_PRICE_KEYS(KEY)
 #undef KEY
     // NOLINTEND(bugprone-macro-parentheses)

@@ -24,9 +24,17 @@ public:
     CTableBase(const CTableBase&) = delete;
     CTableBase& operator=(const CTableBase&) = delete;
 
+    virtual int Used_Num_Records() { return 0; }
+
     // The record with this identity, null if there is none.
     virtual CMessage* Get_Record_By_Env_Crc32(DLONG /*env_crc32*/) { return nullptr; }
 
-    // 1 if this process maintains the table's records, and not a server.
+    // True if `holder`, another record of the table, goes when `newcomer` comes in or changes: it has the newcomer's
+    // idx or first key.
+    virtual bool Will_Replace(CMessage& /*newcomer*/, CMessage& /*holder*/) { return false; }
+
+    // Not 0 if this process maintains the table's records, and not a server.
     virtual int Do_We_Maintain_It() { return 0; }
+
+    int m_use_crc32_computing = 0; // 1: records bring their identity along; it isn't computed
 };
