@@ -138,20 +138,47 @@ TEST(ServiceKey, FirstPartIsTypeAndMarket)
     EXPECT_EQ(short_key(1, "101112", "aaaa").First_Part_Comp(short_key(1, "999999", "zzzz")), 0);
 }
 
-TEST(ServiceKey, AnyBytesCanBeCompared)
+std::vector<CServiceKey> random_keys(char type)
 {
     std::mt19937 random(1);
     std::vector<CServiceKey> keys(60);
     for (CServiceKey& key : keys) {
         std::generate(key.m_key.begin(), key.m_key.end(), [&random] { return static_cast<char>(random()); });
-        key.m_key[0] = static_cast<char>(random() % 2 != 0 ? calc : random());
+        std::copy_n(type == calc ? "\x10MKT" : "\x01MKT", 4, key.m_key.begin());
     }
+    return keys;
+}
+
+void expect_no_circles(const std::vector<CServiceKey>& keys)
+{
     for (const CServiceKey& left : keys) {
         EXPECT_FALSE(left < left);
         for (const CServiceKey& right : keys) {
             EXPECT_FALSE(left < right && right < left);
         }
     }
+}
+
+TEST(ServiceKey, AnyBytesBehindASignAreInOrder)
+{
+    std::vector<CServiceKey> keys = random_keys(calc);
+    for (CServiceKey& key : keys) {
+        std::fill_n(key.m_key.begin() + 4, 2, (key.m_key[71] & 1) != 0 ? '\xff' : '\0'); // minus or plus
+    }
+    expect_no_circles(keys);
+    expect_no_circles(random_keys(SERVICE_LONG_TIMEOUT_PROTECTION));
+}
+
+TEST(ServiceKey, SignsThatAreNoneGiveSomeOrder)
+{
+    const std::vector<CServiceKey> keys = random_keys(calc);
+    int less = 0;
+    for (const CServiceKey& left : keys) {
+        for (const CServiceKey& right : keys) {
+            less += static_cast<int>(left < right);
+        }
+    }
+    EXPECT_GT(less, 0);
 }
 
 TEST(PosKey, IsOrderedByPositionThenBySignedType)
