@@ -67,6 +67,14 @@ TEST(PriceModel, AgreesOnAMillionPairsOfAllShapes)
     }
 }
 
+TEST(PriceModel, PointInTheFirstColumnHasNothingInFrontOfIt)
+{
+    const std::string left = "0." + std::string(17, '1') + "1";
+    const std::string right = " ." + std::string(17, '1') + "2";
+    EXPECT_LT(TABLE_KEY_Price_Comp(left.data() + 1, right.data() + 1, 'O', 0), 0);
+    EXPECT_GT(TABLE_KEY_Price_Comp(right.data() + 1, left.data() + 1, 'O', 0), 0);
+}
+
 // ---- Where it orders -------------------------------------------------------------------------------------------
 
 void expect_order(const Texts& prices, char side, int method)
