@@ -4,7 +4,7 @@
 
 #include "keys/packed_key.h"
 
-// Its operations are those of a key of 25 bytes, whatever its base was given.
+// Compared with keys of other lengths without a report.
 class COrderKey : public qapi::PackedKey<COrderKey>
 {
 public:
