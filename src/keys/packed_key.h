@@ -7,7 +7,7 @@
 //     "my_branch 4, c_v 1, +my_branch 4"  what follows the 4 bytes that were taken from my_branch
 //
 // A class may have several such forms; the number of texts and of numbers that Init is given tells which is meant.
-// Bytes that a form doesn't reach stay as they were.
+// Bytes that a form doesn't reach stay as they were, and so do those of a text that is null.
 #pragma once
 
 #include "keys/base_key.h"
@@ -62,6 +62,17 @@ public:
         return m_count != 0 && m_parts[m_count - 1].kind == PackedPart::Kind::fill;
     }
 
+    // Where in the key a part stands. There must be one of that name.
+    [[nodiscard]] consteval int Offset_Of(std::string_view name) const
+    {
+        std::size_t offset = 0;
+        const PackedPart* part = begin();
+        for (; part->name != name; ++part) { // leaves the array, which the compiler refuses, if there is none
+            offset += part->width;
+        }
+        return static_cast<int>(offset);
+    }
+
     [[nodiscard]] constexpr const PackedPart* begin() const { return m_parts.data(); }
     [[nodiscard]] constexpr const PackedPart* end() const { return m_parts.data() + m_count; }
 
@@ -70,7 +81,7 @@ private:
     {
         PackedPart part;
         if (words == "fill") {
-            part.kind = PackedPart::Kind::fill;
+            part = {PackedPart::Kind::fill, words, 0, 0, 0};
             ++m_numbers;
         } else if (words.size() == 1) {
             part = {PackedPart::Kind::literal, words, 1, 0, 0};
@@ -102,7 +113,7 @@ private:
         return part;
     }
 
-    std::array<PackedPart, 16> m_parts{};
+    std::array<PackedPart, 20> m_parts{};
     std::size_t m_count = 0;
     std::size_t m_texts = 0;
     std::size_t m_numbers = 0;
@@ -118,7 +129,13 @@ public:
 
     PackedKey() : CBaseKey(Key::length) {}
 
-    using CBaseKey::Init;
+    // The key's bytes. Nothing if its base was given a key of another length: what records give is as long as this one.
+    void Init(const char* new_key_value)
+    {
+        if (m_key_len == Key::length) {
+            CBaseKey::Init(new_key_value);
+        }
+    }
 
     // The texts of a form, each at least as long as its part, then its numbers or its fill.
     template <class... Arguments> void Init(const char* first, Arguments... rest) requires(sizeof...(Arguments) != 0)
@@ -169,11 +186,16 @@ private:
 
     void Write(const PackedForm& form, const char* const* texts, const std::uint32_t* numbers)
     {
+        if (m_key_len < Key::length) { // its base was given a shorter key
+            return;
+        }
         char* at = m_key;
         for (const PackedPart& part : form) {
             switch (part.kind) {
             case PackedPart::Kind::text:
-                std::memcpy(at, texts[part.argument] + part.skip, part.width);
+                if (texts[part.argument] != nullptr) {
+                    std::memcpy(at, texts[part.argument] + part.skip, part.width);
+                }
                 break;
             case PackedPart::Kind::number: {
                 std::array<char, sizeof(std::uint32_t)> word{};
