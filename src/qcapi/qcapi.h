@@ -313,6 +313,9 @@ protected:
     int Process_Tmp_Config_File();
     /// Formats an error text of at most 199 characters into a buffer of the calling thread.
     char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// Removes what must not outlive a connection: all received messages that wait for the host, and the tables that are
+    /// not kept in files. Takes mutex_lock, so a host's thread that works on a received record is not disturbed.
+    static void QAPI_Clean_Tables();
     static void* Process_Messages(void* unused);
     static void* Process_DS_Messages(void* unused);
 
