@@ -54,7 +54,7 @@ CBaseKey& CBaseKey::operator=(const CBaseKey& other)
 
 void CBaseKey::Init(const char* new_key_value)
 {
-    if (m_key != nullptr) {
+    if (m_key != nullptr && new_key_value != nullptr) {
         std::memcpy(m_key, new_key_value, bytes(m_key_len));
         m_key[m_key_len] = 0;
     }
@@ -62,7 +62,7 @@ void CBaseKey::Init(const char* new_key_value)
 
 int CBaseKey::Fit_Pattern(CBaseKey* pattern)
 {
-    if (pattern->m_key_len < m_key_len) {
+    if (pattern == nullptr || pattern->m_key_len < m_key_len) {
         return 0;
     }
     const char* wanted = pattern->m_key;
@@ -96,6 +96,17 @@ int CBaseKey::Compare(const CBaseKey& other) const
         return order;
     }
     return std::any_of(m_key + common, m_key + m_key_len, [](char byte) { return byte != 0; }) ? 1 : 0;
+}
+
+void CBaseKey::Copy_Head(const CBaseKey* from, int count, int fill)
+{
+    const int head = std::min(count, m_key_len);
+    const int there = from != nullptr ? std::min(head, from->m_key_len) : 0;
+    if (there != 0) {
+        std::memmove(m_key, from->m_key, bytes(there)); // it may be this key
+    }
+    std::fill(m_key + there, m_key + head, '\0');
+    std::fill(m_key + head, m_key + m_key_len, static_cast<char>(fill));
 }
 
 bool CBaseKey::operator<(const CBaseKey& other) const

@@ -17,7 +17,8 @@ public:
     CBaseKey& operator=(const CBaseKey& other); // takes its length too
     virtual ~CBaseKey() = default;
 
-    // 1 if every byte equals the pattern's or the pattern's is ORD_ALL_CHAR, else 0. A shorter pattern fits nothing.
+    // 1 if every byte equals the pattern's or the pattern's is ORD_ALL_CHAR, else 0. A shorter pattern fits nothing,
+    // and so does none.
     virtual int Fit_Pattern(CBaseKey* pattern);
 
     // The key as a text for a line of the log, its zeros as blanks. Good until the thread's sixth next call.
@@ -26,7 +27,7 @@ public:
     virtual char* Get_Key_Ptr() { return m_key; }
     virtual void Set_Price_Key_Sorting_Method(int /*method*/) {}
 
-    void Init(const char* new_key_value); // m_key_len bytes
+    void Init(const char* new_key_value); // m_key_len bytes; null changes nothing
 
     // By the bytes of this key; those that the other lacks count as zeros. operator< reports keys of different lengths.
     bool operator<(const CBaseKey& other) const;
@@ -39,9 +40,19 @@ protected:
     // Reports it if the lengths differ.
     void Check_Length(const CBaseKey& other) const;
 
-private:
-    int Compare(const CBaseKey& other) const;
+    // False if one of two keys is shorter than its class says: its base was given a shorter one.
+    [[nodiscard]] bool Both_Have(int count, const CBaseKey& other) const
+    {
+        return m_key_len >= count && other.m_key_len >= count;
+    }
 
+    // What operator< and operator== ask.
+    [[nodiscard]] int Compare(const CBaseKey& other) const;
+
+    // The first `count` bytes from another key, zeros for those that it lacks, and the fill behind them.
+    void Copy_Head(const CBaseKey* from, int count, int fill);
+
+private:
     std::unique_ptr<char[]> m_own;
 };
 

@@ -44,6 +44,8 @@ public:
 class CBranchesNumKey : public CBaseKey
 {
 public:
+    static constexpr bool ordered_by_bytes = false;
+
     void Init(std::uint32_t branch_num_v) { branch_num = branch_num_v; }
     char* Get_Str() override;
 

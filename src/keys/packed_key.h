@@ -7,7 +7,7 @@
 //     "my_branch 4, c_v 1, +my_branch 4"  what follows the 4 bytes that were taken from my_branch
 //
 // A class may have several such forms; the number of texts and of numbers that Init is given tells which is meant.
-// Bytes that a form doesn't reach stay as they were.
+// Bytes that a form doesn't reach stay as they were, and so do those of a text that is null.
 #pragma once
 
 #include "keys/base_key.h"
@@ -62,6 +62,16 @@ public:
         return m_count != 0 && m_parts[m_count - 1].kind == PackedPart::Kind::fill;
     }
 
+    // Where in the key a part stands; the width of the form if it has none of that name.
+    [[nodiscard]] constexpr int Offset_Of(std::string_view name) const
+    {
+        std::size_t offset = 0;
+        for (const PackedPart* part = begin(); part != end() && part->name != name; ++part) {
+            offset += part->width;
+        }
+        return static_cast<int>(offset);
+    }
+
     [[nodiscard]] constexpr const PackedPart* begin() const { return m_parts.data(); }
     [[nodiscard]] constexpr const PackedPart* end() const { return m_parts.data() + m_count; }
 
@@ -70,7 +80,7 @@ private:
     {
         PackedPart part;
         if (words == "fill") {
-            part.kind = PackedPart::Kind::fill;
+            part = {PackedPart::Kind::fill, words, 0, 0, 0};
             ++m_numbers;
         } else if (words.size() == 1) {
             part = {PackedPart::Kind::literal, words, 1, 0, 0};
@@ -102,7 +112,7 @@ private:
         return part;
     }
 
-    std::array<PackedPart, 16> m_parts{};
+    std::array<PackedPart, 20> m_parts{};
     std::size_t m_count = 0;
     std::size_t m_texts = 0;
     std::size_t m_numbers = 0;
@@ -169,11 +179,16 @@ private:
 
     void Write(const PackedForm& form, const char* const* texts, const std::uint32_t* numbers)
     {
+        if (m_key_len < Key::length) { // its base was given a shorter key
+            return;
+        }
         char* at = m_key;
         for (const PackedPart& part : form) {
             switch (part.kind) {
             case PackedPart::Kind::text:
-                std::memcpy(at, texts[part.argument] + part.skip, part.width);
+                if (texts[part.argument] != nullptr) {
+                    std::memcpy(at, texts[part.argument] + part.skip, part.width);
+                }
                 break;
             case PackedPart::Kind::number: {
                 std::array<char, sizeof(std::uint32_t)> word{};

@@ -44,7 +44,8 @@
     KEY(CHolidayKey,            11, "country_dm_code 1, code 10") \
     /* currencies and rates; a cash rate's last three bytes are never written */ \
     KEY(CSpotKey,                7, "currency1 3, /, currency2 3") \
-    KEY(CSpotMarketsKey,        10, "spot_key 7, market_code 3", "spot_key 7, fill") \
+    KEY(CSpotMarketsKey,        10, "spot_key 7, market_code 3", "spot_key 7, fill", \
+                                    "currency1 3, /, currency2 3, market_code 3") \
     KEY(CCurrencyKey,            4, "pais_dm 1, codigo 3") \
     KEY(CCashRateKey,           16, "currency 3, text_term 10") \
     KEY(CCcyPairTermKey,        32, "currency1 3, currency2 3, text_term 10, start_date 8, end_date 8") \
@@ -93,11 +94,7 @@
     KEY(CRFQReqETCKey,          14, "firmid 4, instrument 4, rfq_code 6") \
     KEY(CRFQEntryQuentarKey,    21, "mercado 3, usuario_ronda 4, numero_ronda 6, codigo_sucursal 8", \
                                     "request_key 13, codigo_sucursal 8") \
-    /* orders and trades */ \
-    KEY(COrderKeyUser,          33, "primaryuser_code 4, user 4, market 3, order_code 10, o_d 1, sub_market 1, " \
-                                    "text_term 10", \
-                                    "primaryuser_code 4, user 4, fill") \
-    KEY(COrderKeyLoginName,     30, "market 3, login 16, o_d 1, order_code 10", "market 3, login 16, fill") \
+    /* trades */ \
     KEY(CQuentarTradeKey,       30, "market 3, hour 6, order_code 10, order_code_1 10, c_v 1")
 // clang-format on
 

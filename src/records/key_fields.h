@@ -25,7 +25,22 @@ struct KeyPart
 
     int field_id = 0;
     bool by_value = false; // the field's number, not the address of its bytes
+    bool is_code = false;  // but the number is that of a code, which is its bytes
 };
+
+constexpr KeyPart number_of(FIELD_ID field)
+{
+    KeyPart part(field);
+    part.by_value = true;
+    return part;
+}
+
+constexpr KeyPart code_of(FIELD_ID field)
+{
+    KeyPart part = number_of(field);
+    part.is_code = true;
+    return part;
+}
 
 struct KeyFields
 {

@@ -15,6 +15,10 @@ public:
     explicit CMsgOrder(char* data = nullptr) : CMessage(data, Layout_Of<CMsgOrder>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
+    void Init_Key(COrderKey* to_fill) override;
 };
 
 // Order in force.
@@ -24,6 +28,24 @@ public:
     explicit CGTOrder(char* data = nullptr) : CMessage(data, Layout_Of<CGTOrder>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(COrderKey* to_fill) override;
+    void Init_Key(CInstrumentFeedKey* to_fill) override;
+    void Init_Key(COrderKeyLoginName* to_fill) override;
+    void Init_Key(CPosturaKey* to_fill) override;
+    void Init_Key(CBranchesKey* to_fill) override;
+    void Init_Key(CUserKey* to_fill) override;
+    void Init_Key(CMarketUserKey* to_fill) override;
+    void Init_Key(CPriceOrderKey* to_fill) override;
+    void Init_Key(CPriceOrderKey* to_fill, const char* o_d, int fill) override;
+    void Init_Key(CPriceG7MarketKey* to_fill, const char* o_d, int fill) override;
+    void Init_Key(CPriceVoicemarketKey* to_fill, const char* o_d, int fill) override;
+    void Init_Key(CPriceG7MarketKey* to_fill) override;
+    void Init_Key(CPriceVoicemarketKey* to_fill) override;
+    void Init_Key(CSummaryKey* to_fill) override;
+    void Init_Key(CTermKey* to_fill) override;
+    void Init_Key(CVoiceSummaryKey* to_fill) override;
 };
 
 // Currency transaction (112).
@@ -33,6 +55,9 @@ public:
     explicit CMsgTransMon(char* data = nullptr) : CMessage(data, Layout_Of<CMsgTransMon>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Facts of the day by instrument and term.

@@ -11,6 +11,9 @@ public:
     explicit CMsgPrcMntTrans(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPrcMntTrans>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Prices by hour (176).
@@ -20,6 +23,9 @@ public:
     explicit CMsgPrcMntHour(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPrcMntHour>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Prices by hour and term (177).
@@ -29,6 +35,9 @@ public:
     explicit CMsgPrcMntHourTerm(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPrcMntHourTerm>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Prices of a morning or an afternoon (300).
@@ -38,6 +47,9 @@ public:
     explicit CMsgPrcMntHourAmPm(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPrcMntHourAmPm>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Maintenance of a fixed income transaction (132).
@@ -47,6 +59,9 @@ public:
     explicit CMsgPrcMntTransRentaFija(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPrcMntTransRentaFija>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Average purchase price (291).
@@ -56,6 +71,9 @@ public:
     explicit CMsgAvgPurchasePrice(char* data = nullptr) : CMessage(data, Layout_Of<CMsgAvgPurchasePrice>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CAvgPurchasePriceKey* to_fill) override;
 };
 
 // Payment instruction (153).
@@ -65,6 +83,9 @@ public:
     explicit CMsgPayInstruc(char* data = nullptr) : CMessage(data, Layout_Of<CMsgPayInstruc>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // End of a transaction (879).
@@ -74,6 +95,9 @@ public:
     explicit CMsgEndTransaction(char* data = nullptr) : CMessage(data, Layout_Of<CMsgEndTransaction>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // State of a request for quotes (308).
@@ -101,6 +125,9 @@ public:
     explicit CTarnelMsg(char* data = nullptr) : CMessage(data, Layout_Of<CTarnelMsg>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };
 
 // Trade for the back office: commodities (134).
@@ -110,4 +137,7 @@ public:
     explicit CTarnelWhMsg(char* data = nullptr) : CMessage(data, Layout_Of<CTarnelWhMsg>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSeqKey* to_fill) override;
 };

@@ -11,6 +11,9 @@ public:
     explicit CGTInstit(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTInstit>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CInstitKey* to_fill) override;
 };
 
 // Permanent payment instruction.
@@ -20,6 +23,9 @@ public:
     explicit CGTInsPerm(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTInsPerm>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CPInsPermKey* to_fill) override;
 };
 
 // Primary user.
@@ -29,6 +35,9 @@ public:
     explicit CGTPu(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTPu>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CPuKey* to_fill) override;
 };
 
 // City.
@@ -38,6 +47,9 @@ public:
     explicit CGTCity(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTCity>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CCityKey* to_fill) override;
 };
 
 // Country.
@@ -47,6 +59,9 @@ public:
     explicit CGTCountry(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTCountry>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CCountryKey* to_fill) override;
 };
 
 // Currency.
@@ -56,6 +71,9 @@ public:
     explicit CGTMoney(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTMoney>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CMoneyKey* to_fill) override;
 };
 
 // Voice group.
@@ -65,6 +83,9 @@ public:
     explicit CGTVoiceGroup(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTVoiceGroup>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CVoiceGroupKey* to_fill) override;
 };
 
 // Fixed income market.
@@ -74,6 +95,9 @@ public:
     explicit CGTFixedIncomeMarkets(char* data = nullptr) : CMessage(data, Layout_Of<CGTFixedIncomeMarkets>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CFixedIncomeMarketsKey* to_fill) override;
 };
 
 // Rate.
@@ -92,6 +116,9 @@ public:
     explicit CGTEmisores(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTEmisores>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CEmisoresKey* to_fill) override;
 };
 
 // Principal.
@@ -101,6 +128,9 @@ public:
     explicit CGTComitentes(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTComitentes>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CComitentesKey* to_fill) override;
 };
 
 // Principal of a principal.
@@ -110,6 +140,10 @@ public:
     explicit CGTSubComitente(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTSubComitente>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSubComitenteKey* to_fill) override;
+    void Init_Key(CSubComitenteSubKey* to_fill) override;
 };
 
 // Trustee.
@@ -119,6 +153,9 @@ public:
     explicit CGTFiduciarios(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTFiduciarios>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CFiduciariosKey* to_fill) override;
 };
 
 // Employee.
@@ -128,6 +165,9 @@ public:
     explicit CGTEmployee(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTEmployee>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CEmployeeKey* to_fill) override;
 };
 
 // Element of a scheme of colours and lines.
@@ -137,6 +177,9 @@ public:
     explicit CGTEsquema(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTEsquema>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CEsquemaKey* to_fill) override;
 };
 
 // Branch.
@@ -146,6 +189,9 @@ public:
     explicit CGTBranches(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTBranches>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CBranchesKey* to_fill) override;
 };
 
 // Pair of branches that ask for quotes.
@@ -155,6 +201,9 @@ public:
     explicit CGTBranchesRfqs(char* data = nullptr) : CMessage(data, Layout_Of<CGTBranchesRfqs>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CBranchesRfqsKey* to_fill) override;
 };
 
 // User.
@@ -164,6 +213,12 @@ public:
     explicit CGTUser(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTUser>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CUserBv1Key* to_fill) override;
+    void Init_Key(CUserKey* to_fill) override;
+    void Init_Key(CBranchesKey* to_fill) override;
+    void Init_Key(CBranchUserKey* to_fill) override;
 };
 
 // Market.
@@ -173,6 +228,10 @@ public:
     explicit CGTMarkets(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTMarkets>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CMarketsKey* to_fill) override;
+    void Init_Key(CSpotMarketsKey* to_fill) override;
 };
 
 // Market, as older peers send it.
@@ -191,6 +250,9 @@ public:
     explicit CGTVoiceSummary(char* data = nullptr) : CMessage(data, Layout_Of<CGTVoiceSummary>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CVoiceSummaryKey* to_fill) override;
 };
 
 // Super group of instruments.
@@ -200,6 +262,9 @@ public:
     explicit CGTSuperGroup(char* data = nullptr) : CHashedRecord(data, Layout_Of<CGTSuperGroup>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CSuperGroupKey* to_fill) override;
 };
 
 // Connected user.
@@ -209,4 +274,7 @@ public:
     explicit CGTConnUser(char* data = nullptr) : CMessage(data, Layout_Of<CGTConnUser>()) {}
     using CMessage::operator=;
     static Composition Compose();
+
+    using CMessage::Init_Key;
+    void Init_Key(CBranchUserKey* to_fill) override;
 };
