@@ -120,8 +120,9 @@ int main(int argc, char** argv)
                 cost_of_all_tables.kilobytes);
     print_ratio({.what = "the replicas' lock: pthread_mutex_t / ours", .bound = "under 50 ns", .calls = 10000},
                 lock_pthread_mutex, lock_replicas);
-    print_ratio({.what = "path over a reference: without lock / with it", .bound = "no bound", .calls = 1000},
-                [] { world().read_path_without_lock(); }, [] { world().read_path(); });
+    print_ratio(
+        {.what = "path over a reference: without lock / with it", .bound = "no bound", .calls = 1000},
+        [] { world().read_path_without_lock(); }, [] { world().read_path(); });
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

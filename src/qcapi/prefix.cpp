@@ -21,7 +21,7 @@ using Codes = std::array<Code, 2>;
 
 struct Kind
 {
-    int type;            // of the table; ZERO_CODE_ID if it needs no subscription
+    int type; // of the table; ZERO_CODE_ID if it needs no subscription
     CMessage& (*empty)();
     CMessage* (*find)(const Codes& codes);
 };
@@ -168,8 +168,7 @@ CMessage* found_or_empty(CMessage* found, CMessage& empty, CField& field, int* s
 CMessage* follow(const Prefix& prefix, CField* field, int* status, int flag)
 {
     CMessage& empty = prefix.kind.empty();
-    if (!is_subscribed(prefix.kind.type) || field == nullptr ||
-        (prefix.needs_record() && field->m_parent == nullptr)) {
+    if (!is_subscribed(prefix.kind.type) || field == nullptr || (prefix.needs_record() && field->m_parent == nullptr)) {
         return &empty;
     }
     CMessage* found = prefix.kind.find(codes_of(*field, prefix.sources));

@@ -9,10 +9,10 @@ namespace {
 // The types whose tables have their flags from their rows. Not those of types 15, 16 and 17: these tell of every
 // collision of keys, though their rows say otherwise, and type 2 is a mailbox.
 constexpr int types_in_force[] = {
-    TABLE_CODE_ID,        BRANCHES_CODE_ID,    USER_CODE_ID,        SUPERGROUP_CODE_ID,   PRIMARY_USERS_CODE_ID,
-    CITIES_CODE_ID,       MARKETS_CODE_ID,     MONEYS_CODE_ID,      COUNTRIES_CODE_ID,    INSTPERM_CODE_ID,
-    EMISORES_CODE_ID,     COMITENTES_CODE_ID,  FIDUCIARIOS_CODE_ID, INSTIT_CODE_ID,       VOICE_GROUP_CODE_ID,
-    EMPLOYEE_CODE_ID,     ESQUEMA_CODE_ID,     SUBCOMITENTE_CODE_ID,
+    TABLE_CODE_ID,    BRANCHES_CODE_ID,   USER_CODE_ID,         SUPERGROUP_CODE_ID, PRIMARY_USERS_CODE_ID,
+    CITIES_CODE_ID,   MARKETS_CODE_ID,    MONEYS_CODE_ID,       COUNTRIES_CODE_ID,  INSTPERM_CODE_ID,
+    EMISORES_CODE_ID, COMITENTES_CODE_ID, FIDUCIARIOS_CODE_ID,  INSTIT_CODE_ID,     VOICE_GROUP_CODE_ID,
+    EMPLOYEE_CODE_ID, ESQUEMA_CODE_ID,    SUBCOMITENTE_CODE_ID,
 };
 
 constexpr TableId tables_of_the_connection[] = {
