@@ -225,6 +225,13 @@ int CMessage::Do_We_Maintain_It()
     return m_table_ptr != nullptr ? m_table_ptr->Do_We_Maintain_It() : 0;
 }
 
+// A record that this one replaces gives its identity up with its place: one that the server repeats keeps it.
+bool CMessage::Is_Identity_Taken()
+{
+    CMessage* holder = m_table_ptr->Get_Record_By_Env_Crc32(m_env_crc32);
+    return holder != nullptr && holder != this && !m_table_ptr->Will_Replace(*this, *holder);
+}
+
 int CMessage::Init_Crc32()
 {
     if (m_table_ptr == nullptr || m_crc32_data_CField == nullptr) {
@@ -248,7 +255,7 @@ int CMessage::Init_Crc32()
     if (m_env_crc32 == before) {
         return 0;
     }
-    while (m_table_ptr->Get_Record_By_Env_Crc32(m_env_crc32) != nullptr) {
+    while (Is_Identity_Taken()) {
         ++m_env_crc32.low;
         m_env_crc32.high = our_environment;
     }

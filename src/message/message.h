@@ -203,6 +203,7 @@ private:
     CField& Touch(int field_id);
     CField& Field_At(const qapi::FieldPlace& place);
     CField& Make_Field(const qapi::FieldPlace& place);
+    [[nodiscard]] bool Is_Identity_Taken();
 
     const qapi::RecordLayout* m_layout;
     std::unique_ptr<char[]> m_own_data;
