@@ -5,8 +5,9 @@
 #pragma once
 
 // One row a type: number, enumerator; code and its name, where the transaction feed brings the table, and whether the
-// code is fixed; flags of the table (table/table.h); how the table is asked for (0: records alone; 2: by a hash of what
-// is there, for tables that are kept in files); level (1: part of what a session starts with, 2: asked for behind it).
+// code is fixed; flags of the table (table/table_flags.h); how the table is asked for (0: records alone; 2: by a hash
+// of what is there, for tables that are kept in files); level (1: part of what a session starts with, 2: asked for
+// behind it).
 // clang-format off
 #define QAPI_TABLE_TYPES(FED, OTHER) \
     OTHER( 0, ZERO_CODE_ID,                                                              1, 0, 0) \

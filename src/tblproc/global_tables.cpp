@@ -38,8 +38,8 @@ template <auto& table> constexpr GlobalTable row(TableId id, const char* name, i
             flags,
             is_mailbox,
             []() -> CTableBase& { return *table; },
-            [](int code, int publish_flags) { table->Set_Table_Type(code, publish_flags); },
-            [](int new_flags) { table->Set_Table_Flag(new_flags); },
+            [](int new_flags) { return table->Set_Table_Flag(new_flags); },
+            [](int code) { table->Set_Table_Num(code); },
             [] { table->Delete_All_Records(); }};
 }
 

@@ -18,10 +18,8 @@
 #include <cstddef>
 #include <span>
 
-inline constexpr int INITIAL_TABLE_RECORDS = 6;
-
-// Replicas that codes lead into: table, record, key 1 (of which fields, records/key_fields.cpp tells), type. Those in
-// TWO_KEYS find a record by its identity too.
+// The replicas that codes lead into: table, record, key 1 (of which fields, records/key_fields.cpp tells), type. Those
+// in TWO_KEYS find a record by its identity too.
 // clang-format off
 #define QAPI_REPLICAS(TWO_KEYS, ONE_KEY) \
     TWO_KEYS(Glb_Branches_Table,              CGTBranches,           CBranchesKey,           BRANCHES_CODE_ID) \
@@ -43,8 +41,8 @@ inline constexpr int INITIAL_TABLE_RECORDS = 6;
     TWO_KEYS(Glb_SubComitente_Table,          CGTSubComitente,       CSubComitenteSubKey,    SUBCOMITENTE_CODE_ID) \
     ONE_KEY( Glb_IntFixedIncomeMarkets_Table, CGTFixedIncomeMarkets, CFixedIncomeMarketsKey, FIXEDINCOMEMARKETS_TABLE_ID)
 
-// Tables that find their records by idx alone: table, record, flags at the start of a session, type if records of a
-// type stay there. Replicas whose changes the host gets from a mailbox of the same records, then the mailboxes.
+// Tables that find their records by idx alone: table, record, flags (table/table_flags.h) at the start of a
+// session, type if records of a type stay there. Replicas whose changes the host gets from a mailbox of the same records, then the mailboxes.
 #define QAPI_IDX_TABLES(REPLICA, MAILBOX) \
     REPLICA(Glb_IntHistoryTransDayTerm_Table,         CGTHistoryTransDayTerm,   1, HISTORYTRANSDAYTERM_CODE_ID) \
     REPLICA(Glb_IntRates_Table,                       CGTRates,                 1, RATES_TABLE_ID) \
@@ -103,12 +101,12 @@ struct GlobalTable
 {
     TableId id;
     const char* name;
-    int type;             // of its records, ZERO_CODE_ID for none
-    int flags_at_start;   // of a mailbox
-    bool is_mailbox;      // else a replica
-    CTableBase& (*get)(); // the table, made if need be
-    void (*set_type)(int code, int flags);
-    void (*set_flags)(int flags);
+    int type;                    // of its records, ZERO_CODE_ID for none
+    int flags_at_start;          // of a mailbox
+    bool is_mailbox;             // else a replica
+    CTableBase& (*get)();        // the table, made if need be
+    int (*set_flags)(int flags); // returns those that were in force
+    void (*set_code)(int code);
     void (*delete_all_records)();
 };
 

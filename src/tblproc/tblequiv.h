@@ -21,6 +21,9 @@ inline constexpr int TBLEQUIV_DS_GDI_SOURCE = 5;
 inline constexpr int TBLNUM_DYNAMIC_CODE = 0;
 inline constexpr int TBLNUM_NOT_USED = 0;
 
+// The code that the servers use for voice groups; sessions learn it from the configuration.
+inline constexpr int VOICE_TERM_GROUP_TABLE_CODE = 31;
+
 struct TABLE_ID_EQUIVALENCE
 {
     int type_id;

@@ -69,7 +69,10 @@ void TBLPROC_Init_Tables()
 int qapi::Set_Table_Type(const GlobalTable& table, int table_type_id)
 {
     const TABLE_ID_EQUIVALENCE& row = TBLEQUIV_Row(table_type_id);
-    table.set_type(row.code, row.publish_flag);
+    if (row.code != TBLNUM_NOT_USED) {
+        table.set_code(row.code);
+    }
+    table.set_flags(row.publish_flag);
     return 0;
 }
 
