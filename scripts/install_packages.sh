@@ -6,7 +6,7 @@ set -euo pipefail
 demo="g++ cmake ninja-build"
 # Boost and libgcrypt are what tests compare results with; the other libraries are what benchmarks run against.
 test="$demo libgtest-dev libgmock-dev libbenchmark-dev pkgconf libboost-dev libgcrypt20-dev libgmp-dev zlib1g-dev
-    libarchive-dev libquickfix-dev"
+    libarchive-dev libquickfix-dev libabsl-dev"
 format="clang-format"
 fuzz="$demo clang libclang-rt-14-dev llvm"
 # g++-multilib and the sources of GoogleTest are for the 32-bit build.

@@ -34,7 +34,7 @@ public:
         ++cur_used;
         max_used = cur_used > max_used ? cur_used : max_used;
         first_free = Next(taken);
-        Next(taken) = in_use;
+        Link(taken) = in_use;
         if (first_free == end_of_list) {
             Set_New_Limit(max_number * 2);
         }
@@ -51,8 +51,8 @@ public:
             return;
         }
         --cur_used;
-        Next(last_free) = position;
-        Next(position) = end_of_list;
+        Link(last_free) = position;
+        Link(position) = end_of_list;
         last_free = position;
     }
 
@@ -65,15 +65,15 @@ public:
         T_ptr.resize(static_cast<unsigned>(new_max_number));
         At_ptr.resize(static_cast<unsigned>(new_max_number));
         for (int position = max_number; position < new_max_number; ++position) {
-            Next(position) = position + 1;
+            Link(position) = position + 1;
         }
         if (first_free == end_of_list) {
             first_free = max_number;
         } else {
-            Next(last_free) = max_number;
+            Link(last_free) = max_number;
         }
         last_free = new_max_number - 1;
-        Next(last_free) = end_of_list;
+        Link(last_free) = end_of_list;
         max_number = new_max_number;
     }
 
@@ -91,7 +91,7 @@ public:
     int last_free = 0;
 
 private:
-    int& Next(int position) { return At_ptr[static_cast<unsigned>(position)]; }
+    int& Link(int position) { return At_ptr[static_cast<unsigned>(position)]; }
 
     std::vector<std::unique_ptr<T>> T_ptr;
     std::vector<int> At_ptr;
