@@ -7,9 +7,8 @@ void CInstrumentFeedKey::Init(const CSummaryKey* summary, const char* o_d, const
     if (summary == nullptr || summary->m_key_len < CSummaryKey::length) {
         return;
     }
-    const auto part = [summary](std::string_view name) {
-        return summary->m_key + CSummaryKey::forms[0].Offset_Of(name);
-    };
-    Init(part("market"), part("level"), part("maturity_date"), part("xdays"), part("days"), part("term_text"), o_d,
-         user_code);
+    constexpr const qapi::PackedForm& form = CSummaryKey::forms[0];
+    const char* at = summary->m_key;
+    Init(at + form.Offset_Of("market"), at + form.Offset_Of("level"), at + form.Offset_Of("maturity_date"),
+         at + form.Offset_Of("xdays"), at + form.Offset_Of("days"), at + form.Offset_Of("term_text"), o_d, user_code);
 }

@@ -62,11 +62,12 @@ public:
         return m_count != 0 && m_parts[m_count - 1].kind == PackedPart::Kind::fill;
     }
 
-    // Where in the key a part stands; the width of the form if it has none of that name.
-    [[nodiscard]] constexpr int Offset_Of(std::string_view name) const
+    // Where in the key a part stands. There must be one of that name.
+    [[nodiscard]] consteval int Offset_Of(std::string_view name) const
     {
         std::size_t offset = 0;
-        for (const PackedPart* part = begin(); part != end() && part->name != name; ++part) {
+        const PackedPart* part = begin();
+        for (; part->name != name; ++part) { // leaves the array, which the compiler refuses, if there is none
             offset += part->width;
         }
         return static_cast<int>(offset);

@@ -55,8 +55,8 @@
     KEY(CTermAltKey,            23, "market 3, text_term_alt 10, text_term 10") \
     KEY(CTermMaturityKey,       24, "market 3, level 1, maturity_date 8, sequence 2, text_term 10") \
     KEY(CStatisticsKey,         24, "market 3, history_date 8, sub_market 1, text_term 10, days 2") \
-    KEY(CSummaryKey,            26, "market 3, xdays 2, days 2, text_term 10, level 1, maturity_date 8", \
-                                    "market 3, fill", "market 3, xdays 2, days 2, text_term 10, fill") \
+    KEY(CSummaryKey,            26, "market 3, xdays 2, days 2, term_text 10, level 1, maturity_date 8", \
+                                    "market 3, fill", "market 3, xdays 2, days 2, term_text 10, fill") \
     KEY(CFixPriceKey,           26, "market 3, level 1, date_maturity 8, xdays 2, days 2, text 10") \
     KEY(CVoiceTermKey,           6, "market 3, voiceterm_code 3") \
     KEY(CVoiceSummaryKey,       44, "market 3, group_code 4, title_reference 12, text_term 10, currency 3, arrange 2, " \

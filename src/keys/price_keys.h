@@ -45,7 +45,7 @@ public:
     int m_price_key_sorting_method = CPRICE_BID_DESC_OFFER_ASC_SORTING;
 
 protected:
-    static constexpr int Offset(std::string_view part) { return Key::forms[0].Offset_Of(part); }
+    static consteval int Offset(std::string_view part) { return Key::forms[0].Offset_Of(part); }
 
 private:
     void Finish_Bound(int fill, bool has_side)
