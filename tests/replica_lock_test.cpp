@@ -57,16 +57,17 @@ std::string code_of_city(int number)
     return {'C', static_cast<char>('A' + number / 10), static_cast<char>('0' + number % 10)};
 }
 
-CGTCity city_of_round(int number, int round)
+struct City : CGTCity
 {
-    const char letter = static_cast<char>('a' + round % 26);
-    CGTCity city;
-    city[CODIGO_3C_CITY].Set_Text(code_of_city(number));
-    city[NOMBRE_CITY_1].Set_Text(std::string(20, letter));
-    city[LETRA_CIUDAD_CITY].Set_Text(std::string(1, letter));
-    city[REC_IDX] = static_cast<unsigned>(number + 1);
-    return city;
-}
+    City(int number, int round)
+    {
+        const char letter = static_cast<char>('a' + round % 26);
+        (*this)[CODIGO_3C_CITY].Set_Text(code_of_city(number));
+        (*this)[NOMBRE_CITY_1].Set_Text(std::string(20, letter));
+        (*this)[LETRA_CIUDAD_CITY].Set_Text(std::string(1, letter));
+        (*this)[REC_IDX] = static_cast<unsigned>(number + 1);
+    }
+};
 
 std::string copy_of(CField& field)
 {
@@ -108,7 +109,7 @@ protected:
     {
         for (int round = 0; round < rounds; ++round) {
             for (int number = 0; number < cities; ++number) {
-                CGTCity city = city_of_round(number, round);
+                City city(number, round);
                 const ReplicaLock lock;
                 if (Glb_City_Table->Update_Local_Record(&city) == nullptr) {
                     Glb_City_Table->Insert_Local_Record(&city, nullptr);
@@ -188,7 +189,7 @@ TEST_F(ReplicaThreads, AHostMayFollowAPathInOnError)
         heard += reader.Reads_Whole_City(3) ? 1 : 1000000;
     });
     for (int round = 0; round < 26; ++round) {
-        CGTCity city = city_of_round(3, round);
+        City city(3, round);
         const ReplicaLock lock;
         Glb_City_Table->Insert_Local_Record(&city, nullptr);
     }
@@ -200,7 +201,7 @@ TEST_F(ReplicaThreads, AHostMayFollowAPathInOnError)
 // A record that has just gone stays readable as it was: who holds the lock sees nothing move.
 TEST_F(ReplicaThreads, APathIsReadToItsEndBeforeTheTableChanges)
 {
-    CGTCity before = city_of_round(0, 0);
+    City before(0, 0);
     Glb_City_Table->Insert_Local_Record(&before, nullptr);
     CMsgOrder order;
     order[CIUDAD].Set_Text(code_of_city(0));
@@ -210,7 +211,7 @@ TEST_F(ReplicaThreads, APathIsReadToItsEndBeforeTheTableChanges)
         const ReplicaLock lock;
         CField* field = order.Find_Field("ciudad.nombre");
         changer = std::thread([] {
-            CGTCity after = city_of_round(0, 1);
+            City after(0, 1);
             const ReplicaLock changing;
             Glb_City_Table->Update_Local_Record(&after);
         });
