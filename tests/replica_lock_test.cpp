@@ -69,6 +69,19 @@ struct City : CGTCity
     }
 };
 
+// A user of the same kind: name and office change together.
+struct User : CGTUser
+{
+    explicit User(int round)
+    {
+        const char letter = static_cast<char>('a' + round % 26);
+        (*this)[CODIGO_USUARIO].Set_Text("U123");
+        (*this)[NOMBRE_COMPLETO].Set_Text(std::string(30, letter));
+        (*this)[CARGO].Set_Text(std::string(30, letter));
+        (*this)[REC_IDX] = 1U;
+    }
+};
+
 std::string copy_of(CField& field)
 {
     std::array<char, 64> text{};
@@ -76,7 +89,7 @@ std::string copy_of(CField& field)
     return text.data();
 }
 
-// What a host reads of a city over a field of an order of its own.
+// What a host reads of a city and a user over fields of an order of its own.
 class Reader
 {
 public:
@@ -88,6 +101,14 @@ public:
         const std::string name = copy_of(*m_order.Find_Field("ciudad.nombre"));
         const std::string letter = copy_of(*m_order.Find_Field("ciudad.letra_ciudad"));
         return name == (letter.empty() ? "" : std::string(20, letter[0]));
+    }
+
+    bool Reads_Whole_User()
+    {
+        m_order[USUARIO].Set_Text("U123");
+        const ReplicaLock lock;
+        const std::string name = copy_of(*m_order.Find_Field("usuario.nombre_completo"));
+        return name == copy_of(*m_order.Find_Field("usuario.cargo"));
     }
 
 private:
@@ -104,8 +125,8 @@ protected:
     }
 
     // The reader thread's work in a session: takes all cities in, changes them, takes every other out, and now and then
-    // all of them.
-    static void Change_Cities()
+    // all of them; and a user, who goes with the connection.
+    static void Change_Replicas()
     {
         for (int round = 0; round < rounds; ++round) {
             for (int number = 0; number < cities; ++number) {
@@ -117,8 +138,10 @@ protected:
                     Glb_City_Table->Delete_Local_Record(&city);
                 }
             }
+            User user(round);
+            const ReplicaLock lock;
+            Glb_User_Table->Insert_Local_Record(&user, nullptr);
             if (round % 8 == 7) {
-                const ReplicaLock lock;
                 Glb_City_Table->Delete_All_Records();
             }
         }
@@ -162,14 +185,14 @@ TEST_F(ReplicaThreads, ReadersOfAPathSeeWholeRecordsWhileTheyChange)
     const auto read_until_done = [&done, &torn] {
         Reader reader;
         for (int number = 0; !done; number = (number + 1) % cities) {
-            torn += reader.Reads_Whole_City(number) ? 0 : 1;
+            torn += reader.Reads_Whole_City(number) && reader.Reads_Whole_User() ? 0 : 1;
         }
     };
     std::thread first_host(read_until_done);
     std::thread second_host(read_until_done);
     std::thread mailbox([this] { Use_Mailbox(); });
     std::thread cleaner([this] { Clean_Tables(); });
-    Change_Cities();
+    Change_Replicas();
     mailbox.join();
     cleaner.join();
     done = true;

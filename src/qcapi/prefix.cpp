@@ -177,6 +177,7 @@ CMessage* follow(const Prefix& prefix, CField* field, int* status, int flag)
 
 } // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a function
 #define PREFIX(reference, name, kind, ...)                                                                             \
     void* name(CField* field, int /*index*/, int* status, int flag)                                                    \
     {                                                                                                                  \
@@ -185,6 +186,7 @@ CMessage* follow(const Prefix& prefix, CField* field, int* status, int flag)
     }
 QAPI_PREFIXES(PREFIX)
 #undef PREFIX
+// NOLINTEND(bugprone-macro-parentheses)
 
 // ---- Schemes ---------------------------------------------------------------------------------------------------
 

@@ -1,6 +1,7 @@
 #include "tblproc/global_tables.h"
 
-#include <algorithm>
+#include <array>
+#include <cstddef>
 
 namespace {
 
@@ -32,8 +33,8 @@ constexpr int flags_of_type = 0; // a replica has those of its type, or those th
 
 template <auto& table> constexpr GlobalTable row(TableId id, const char* name, int type, int flags, bool is_mailbox)
 {
-    return {id,
-            name,
+    return {name,
+            id,
             type,
             flags,
             is_mailbox,
@@ -52,6 +53,15 @@ constexpr GlobalTable global_tables[] = {QAPI_REPLICAS(REPLICA_ROW, REPLICA_ROW)
 #undef IDX_REPLICA_ROW
 #undef MAILBOX_ROW
 
+constexpr auto tables_by_type = [] {
+    std::array<const GlobalTable*, MAX_CODE_ID> tables{};
+    for (const GlobalTable& table : global_tables) {
+        tables[static_cast<std::size_t>(table.type)] = &table;
+    }
+    tables[ZERO_CODE_ID] = nullptr; // stands for none
+    return tables;
+}();
+
 } // namespace
 
 std::span<const GlobalTable> qapi::All_Global_Tables()
@@ -61,7 +71,6 @@ std::span<const GlobalTable> qapi::All_Global_Tables()
 
 const GlobalTable* qapi::Table_Of_Type(int table_type_id)
 {
-    const auto holds = [table_type_id](const GlobalTable& table) { return table.type == table_type_id; };
-    const auto* found = std::find_if(std::begin(global_tables), std::end(global_tables), holds);
-    return table_type_id != ZERO_CODE_ID && found != std::end(global_tables) ? found : nullptr;
+    const bool is_type = table_type_id >= 0 && table_type_id < MAX_CODE_ID;
+    return is_type ? tables_by_type[static_cast<std::size_t>(table_type_id)] : nullptr;
 }

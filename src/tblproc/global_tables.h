@@ -99,8 +99,8 @@ enum class TableId
 // What is done to every table alike, whatever its records.
 struct GlobalTable
 {
-    TableId id;
     const char* name;
+    TableId id;
     int type;                    // of its records, ZERO_CODE_ID for none
     int flags_at_start;          // of a mailbox
     bool is_mailbox;             // else a replica
