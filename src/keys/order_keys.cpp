@@ -27,6 +27,7 @@ int COrderKey::Fit_Pattern(CBaseKey* pattern)
 char* COrderKey::Get_Str()
 {
     thread_local std::array<char, length + 1> text{};
-    std::replace_copy(m_key, m_key + std::min(m_key_len, length), text.begin(), '\0', ' ');
+    auto* end = std::replace_copy(m_key, m_key + std::min(m_key_len, length), text.begin(), '\0', ' ');
+    *end = 0;
     return text.data();
 }

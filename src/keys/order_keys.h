@@ -30,7 +30,6 @@ public:
     char* Get_Str() override; // good until the thread's next call for a key of this class
 
     bool operator<(const CBaseKey& other) const { return Compare(other) < 0; }
-    bool operator==(const CBaseKey& other) const { return Compare(other) == 0; }
 };
 
 class COrderKeyUser : public qapi::PackedKey<COrderKeyUser>

@@ -36,16 +36,14 @@ public:
     // The bound of what has the instrument and the side of any key; what that lacks is zeros.
     void Init(const CBaseKey* l_k, int fill_value_char)
     {
-        this->Copy_Head(l_k, Offset("category_code"), fill_value_char);
+        constexpr int head = Key::forms[0].Offset_Of("category_code");
+        this->Copy_Head(l_k, head, fill_value_char);
         Finish_Bound(fill_value_char, true);
     }
 
     void Set_Price_Key_Sorting_Method(int method) override { m_price_key_sorting_method = method; }
 
     int m_price_key_sorting_method = CPRICE_BID_DESC_OFFER_ASC_SORTING;
-
-protected:
-    static consteval int Offset(std::string_view part) { return Key::forms[0].Offset_Of(part); }
 
 private:
     void Finish_Bound(int fill, bool has_side)
@@ -57,8 +55,9 @@ private:
             this->m_key[Key::descending_at] = fill != 0 ? '\0' : '\xff';
         }
         if (has_side) {
-            TABLE_KEY_Price_Key_Fill(this->m_key + Offset("price"), this->m_key + Offset("o_d"), fill,
-                                     m_price_key_sorting_method);
+            constexpr int price = Key::forms[0].Offset_Of("price");
+            constexpr int side = Key::forms[0].Offset_Of("o_d");
+            TABLE_KEY_Price_Key_Fill(this->m_key + price, this->m_key + side, fill, m_price_key_sorting_method);
         }
     }
 };

@@ -27,7 +27,7 @@ const CBaseKey* held(const CBaseKey* key)
 
 } // namespace
 
-CPriceOrderKey::CPriceOrderKey(const CPriceOrderKey& other) : CBaseKey()
+CPriceOrderKey::CPriceOrderKey(const CPriceOrderKey& other) : CBaseKey(other)
 {
     *this = other;
 }
@@ -55,7 +55,7 @@ void CPriceOrderKey::Build(int price_market_type, int sorting_method, int class_
     m_price_market_type = price_market_type;
     m_class_type = class_type;
     m_internal_price = make_key(class_type);
-    Set_Price_Key_Sorting_Method(sorting_method);
+    CPriceOrderKey::Set_Price_Key_Sorting_Method(sorting_method);
 }
 
 void CPriceOrderKey::Build(CMessage* order)

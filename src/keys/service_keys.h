@@ -3,7 +3,8 @@
 //     types up to SERVICE_LONG_UPPER_LIMIT    type 1, service 6, position 4; the rest is no part of the key
 //     types above                             type 1, market 3, service 64 (a CALC_MNUM), position 4
 //
-// The types are signed. Numbers are compared as numbers.
+// The types are signed. Numbers are compared as numbers; any bytes are allowed, but one with a sign that is neither
+// CALC_SGNPOS nor CALC_SGNNEG may come before another that comes before it too.
 #pragma once
 
 #include <array>
