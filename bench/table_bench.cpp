@@ -59,6 +59,8 @@ std::size_t bytes_in_use()
     return info.uordblks + info.hblkhd;
 }
 
+using Text = std::array<char, 16>;
+
 // ---- What is kept ----------------------------------------------------------------------------------------------
 
 struct Branches
@@ -69,12 +71,15 @@ struct Branches
     using Table = CTable<Record, CMap2KeyOrder<Key, CEnvCrc32Key, Record>, CTableList>;
     static constexpr int flag = TABLE_NOT_PUBLISHED;
 
-    static void Put_Key(Record& branch, unsigned number)
+    static Text Code(unsigned number)
     {
-        std::array<char, 16> text{};
-        std::snprintf(text.data(), text.size(), "B%03u%04u", number % 997, number / 10);
-        text[7] = static_cast<char>('A' + number % 10);
-        std::memcpy(branch[CODIGO_SUCURSAL_BRANCHES].Get_Ptr(), text.data(), 8);
+        Text text{};
+        std::snprintf(text.data(), text.size(), "B%u", number);
+        return text;
+    }
+    static void Put_Key(Record& branch, const Text& code)
+    {
+        std::memcpy(branch[CODIGO_SUCURSAL_BRANCHES].Get_Ptr(), code.data(), 8);
     }
     static void Put_Other(Record& branch, unsigned number)
     {
@@ -90,12 +95,16 @@ struct Orders
     using Table = CTable<Record, CMapKeyOrder<Key, Record>, CTableList>;
     static constexpr int flag = TABLE_NOT_PUBLISHED;
 
-    static void Put_Key(Record& order, unsigned number)
+    static Text Code(unsigned number)
     {
-        std::array<char, 16> text{};
+        Text text{};
         std::snprintf(text.data(), text.size(), "AB12%06u", number);
+        return text;
+    }
+    static void Put_Key(Record& order, const Text& code)
+    {
         std::memcpy(order[MERCADO].Get_Ptr(), "071", 3);
-        std::memcpy(order[CODIGO_POSTURA].Get_Ptr(), text.data(), 10);
+        std::memcpy(order[CODIGO_POSTURA].Get_Ptr(), code.data(), 10);
         std::memcpy(order[O_D].Get_Ptr(), "D", 1);
     }
     static void Put_Other(Record& order, unsigned number)
@@ -112,7 +121,8 @@ struct Mailbox
     using Key = CIdxKey;
     using Table = CTable<Record, CMapKeyOrder<Key, Record>, CTableList>;
     static constexpr int flag = TABLE_NOT_PUBLISHED | TABLE_USE_OWN_UNIQUE_IDX;
-    static void Put_Key(Record& /*order*/, unsigned /*number*/) {}
+    static Text Code(unsigned /*number*/) { return {}; }
+    static void Put_Key(Record& /*order*/, const Text& /*code*/) {}
     static void Put_Other(Record& order, unsigned number) { Orders::Put_Other(order, number); }
 };
 
@@ -165,15 +175,19 @@ template <class Kind> class Bench
 public:
     Bench()
     {
+        for (unsigned number = 0; number < 2 * records; ++number) {
+            m_codes.push_back(Kind::Code(number));
+        }
         for (unsigned number = 0; number < records; ++number) {
             Prepare(number);
-            m_keys.push_back(Key_Of(m_source));
+            Key key;
+            m_source.Init_Key(&key);
             Bytes bytes{};
             if constexpr (std::is_same_v<Key, CIdxKey>) {
                 const unsigned big_endian = __builtin_bswap32(number);
                 std::memcpy(bytes.data(), &big_endian, sizeof big_endian);
             } else {
-                std::memcpy(bytes.data(), m_keys.back().m_key, bytes.size());
+                std::memcpy(bytes.data(), key.m_key, bytes.size());
             }
             m_bytes.push_back(bytes);
         }
@@ -197,17 +211,10 @@ public:
     }
 
 private:
-    static Key Key_Of(Record& record)
-    {
-        Key key;
-        record.Init_Key(&key);
-        return key;
-    }
-
     void Prepare(unsigned number)
     {
         m_source[REC_IDX] = number + 1;
-        Kind::Put_Key(m_source, number);
+        Kind::Put_Key(m_source, m_codes[number]);
         Kind::Put_Other(m_source, number);
     }
 
@@ -226,7 +233,7 @@ private:
         First_Fill(*table);
         m_memory.push_back(static_cast<double>(bytes_in_use() - before) / records);
         Clear(*table);
-        Glb_Unic_Number = 0;
+        Fill_All_Positions(*table);
         typename Peers<Kind>::Map map;
         typename Peers<Kind>::Tree tree;
         m_insert.ours.push_back(each(order_of_inserts, [&](unsigned number) { Insert(*table, number); }));
@@ -255,6 +262,16 @@ private:
         const auto start = Clock::now();
         table.Delete_All_Records();
         m_clear.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+    }
+
+    // Positions that were never taken come first; once there are none, a record finds an object that is there.
+    void Fill_All_Positions(typename Kind::Table& table)
+    {
+        for (const unsigned number : order_of_inserts) {
+            Insert(table, number);
+        }
+        table.Delete_All_Records();
+        Glb_Unic_Number = 0;
     }
 
     template <class Map, class Tree> void Find(typename Kind::Table& table, Map& map, Tree& tree)
@@ -302,7 +319,7 @@ private:
         m_update.tree.push_back(each(order_of_finds, [&](unsigned number) { tree.find(m_bytes[number])->second = 2; }));
         m_update_key.ours.push_back(each(order_of_finds, [&](unsigned number) {
             Prepare(number);
-            Kind::Put_Key(m_source, number + records);
+            Kind::Put_Key(m_source, m_codes[number + records]);
             table.Update_Local_Record(&m_source);
         }));
         const auto move = [this](auto& index, unsigned number) {
@@ -330,7 +347,7 @@ private:
     }
 
     Record m_source;
-    std::vector<Key> m_keys;
+    std::vector<Text> m_codes; // those of the records, and those that they change to
     std::vector<Bytes> m_bytes;
     Times m_first_insert, m_insert, m_find_by_idx, m_find_by_key, m_update, m_update_key, m_delete;
     std::vector<double> m_clear, m_memory, m_worst;

@@ -18,15 +18,30 @@ std::size_t bytes(int count)
     return static_cast<std::size_t>(count);
 }
 
+// Three digits, blanks in front.
+void write_number(char* to, int number)
+{
+    for (int at = MSG_NUMBER_FIELD_SIZE - 1; at >= 0; --at, number /= 10) {
+        to[at] = number != 0 ? static_cast<char>('0' + number % 10) : ' ';
+    }
+}
+
 } // namespace
+
+qapi::FieldSlots::Block& qapi::FieldSlots::Block_Of(int position)
+{
+    const unsigned index = static_cast<unsigned>(position) / block_size;
+    auto& block = m_blocks[index];
+    if (block == nullptr) {
+        block = std::make_unique<Block>();
+        m_end = std::max(m_end, index + 1);
+    }
+    return *block;
+}
 
 CField& qapi::FieldSlots::put(int position, std::unique_ptr<CField> field)
 {
-    auto& block = m_blocks[static_cast<unsigned>(position) / block_size];
-    if (block == nullptr) {
-        block = std::make_unique<Block>();
-    }
-    auto& slot = (*block)[static_cast<unsigned>(position) % block_size];
+    auto& slot = Block_Of(position).fields[static_cast<unsigned>(position) % block_size];
     slot = std::move(field);
     return *slot;
 }
@@ -45,9 +60,7 @@ CMessage::CMessage(char* data, int size, const qapi::RecordLayout& layout)
         m_use_transaction = without_transactions ? 0 : 1;
     }
     if (layout.Number() != 0) {
-        std::array<char, MSG_NUMBER_FIELD_SIZE + 1> number{};
-        std::snprintf(number.data(), number.size(), "%3d", layout.Number());
-        std::memcpy(m_data, number.data(), MSG_NUMBER_FIELD_SIZE);
+        write_number(m_data, layout.Number());
     }
     if (const FieldPlace* crc32 = layout.Crc32_Field(); crc32 != nullptr) {
         m_crc32_data_CField = &Field_At(*crc32);
@@ -163,7 +176,7 @@ char* CMessage::Get_Field_Init_Pointer(int position)
         std::printf("Error: number of referenced fields are beyond the threshold, %d\n", position);
         return nullptr;
     }
-    return &m_field_init[static_cast<std::size_t>(position)];
+    return &m_field.Kept_Flag(position);
 }
 
 void CMessage::Forget_Values_Over(int displacement, int count)

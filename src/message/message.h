@@ -30,32 +30,59 @@ inline constexpr int MAX_FIELD_PATH = 1023; // characters of the longest path, a
 
 namespace qapi {
 
-// A record's field objects by position; most never exist. Pointers stay valid while the record lives.
+// A record's field objects by position, and for each a byte that tells whether its value is kept. Most positions never
+// have an object; they come in blocks, of which a record has those that it needs. Pointers stay valid while the record
+// lives.
 class FieldSlots
 {
 public:
     [[nodiscard]] CField* at(int position) const
     {
         const auto& block = m_blocks[static_cast<unsigned>(position) / block_size];
-        return block != nullptr ? (*block)[static_cast<unsigned>(position) % block_size].get() : nullptr;
+        return block != nullptr ? block->fields[static_cast<unsigned>(position) % block_size].get() : nullptr;
     }
     CField& put(int position, std::unique_ptr<CField> field);
 
+    [[nodiscard]] char& Kept_Flag(int position)
+    {
+        return Block_Of(position).kept[static_cast<unsigned>(position) % block_size];
+    }
+    void Forget_Values()
+    {
+        for_each_block([](Block& block) { block.kept.fill(0); });
+    }
+
     template <class Function> void for_each(Function function) const
     {
-        for (const auto& block : m_blocks) {
-            for (unsigned i = 0; block != nullptr && i < block_size; ++i) {
-                if ((*block)[i] != nullptr) {
-                    function(*(*block)[i]);
+        for_each_block([&](const Block& block) {
+            for (const auto& field : block.fields) {
+                if (field != nullptr) {
+                    function(*field);
                 }
             }
-        }
+        });
     }
 
 private:
     static constexpr unsigned block_size = 64;
-    using Block = std::array<std::unique_ptr<CField>, block_size>;
+    struct Block
+    {
+        std::array<char, block_size> kept{};
+        std::array<std::unique_ptr<CField>, block_size> fields;
+    };
+
+    Block& Block_Of(int position);
+    template <class Function> void for_each_block(Function function) const
+    {
+        for (unsigned i = 0; i < m_end; ++i) {
+            if (m_blocks[i] != nullptr) {
+                function(*m_blocks[i]);
+            }
+        }
+    }
+
     std::array<std::unique_ptr<Block>, MAX_FIELDS_DEFINED / block_size + 1> m_blocks;
+    unsigned m_end = 0; // there are no blocks from here on
 };
 
 } // namespace qapi
@@ -127,7 +154,7 @@ public:
     char* Get_Field_Init_Pointer(int position);
 
     // Forgets all values that were read, so that the next reads see the buffer.
-    void Forget_Values() { m_field_init.fill(0); }
+    void Forget_Values() { m_field.Forget_Values(); }
 
     // Forgets the values whose bytes meet the `count` bytes from `displacement` on.
     void Forget_Values_Over(int displacement, int count);
@@ -207,7 +234,6 @@ private:
 
     const qapi::RecordLayout* m_layout;
     std::unique_ptr<char[]> m_own_data;
-    std::array<char, MAX_REFERENCED_FIELDS_IN_A_MESSAGE> m_field_init{}; // 1: the value at this position is kept
     qapi::FieldSlots m_field;
     bool m_has_undefined_fields = false;
     bool m_has_elements = false; // an element of some field may be current

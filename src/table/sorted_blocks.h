@@ -20,9 +20,9 @@
 
 namespace qapi {
 
-// `Stored` has a default, an assignment, a move, == and <. A block of 128 words of keys is 1 kB: larger ones find no
-// faster, and move more at each insert.
-template <class Stored, std::size_t capacity = 128> class SortedBlocks
+// `Stored` has a default, an assignment, a move, == and <. A block of 64 words of keys is half a kB: larger ones find
+// no faster, and move more at each insert.
+template <class Stored, std::size_t capacity = 64> class SortedBlocks
 {
 public:
     static constexpr int none = -1;
@@ -151,6 +151,17 @@ private:
         return keys + (count == 1 && *keys < key ? 1 : 0);
     }
 
+    // A search in a block goes from cache line to cache line, each known only once the one before is there. Asking for
+    // several at a time costs one wait for memory in place of four.
+    static void Fetch(const Block& block)
+    {
+        constexpr std::size_t lines = 8;
+        const auto* begin = reinterpret_cast<const char*>(block.keys.data());
+        for (std::size_t line = 0; line < lines; ++line) {
+            __builtin_prefetch(begin + line * (sizeof(block.keys) / lines));
+        }
+    }
+
     [[nodiscard]] Spot Search(const Stored& key) const
     {
         if (m_latest_change == m_change && m_latest_key == key) {
@@ -174,6 +185,7 @@ private:
         }
         index -= index == 0 ? 0 : 1;
         const Block& block = *m_blocks[index];
+        Fetch(block);
         const Stored* found = Lower_Bound(block.keys.data(), block.count, key);
         const auto at = static_cast<std::size_t>(found - block.keys.data());
         return {index, at, at < block.count && *found == key};

@@ -55,13 +55,15 @@ template <class Is_Taken> std::uint32_t Generate_Idx(std::uint32_t& last_idx, Is
     return idx;
 }
 
-// The next number for a record: never 0, which stands for none, and none for which `is_taken` holds.
+// The next number for a record: never 0, which stands for none, and none for which `is_taken` holds. One thread
+// inserts; a locked instruction would wait here for all the stores of the record's copy.
 template <class Is_Taken> std::uint32_t Next_Unic_Number(Is_Taken is_taken)
 {
-    std::uint32_t number = ++Glb_Unic_Number;
-    while (number == 0 || is_taken(number)) {
-        number = ++Glb_Unic_Number;
-    }
+    std::uint32_t number = Glb_Unic_Number.load(std::memory_order_relaxed);
+    do {
+        ++number;
+    } while (number == 0 || is_taken(number));
+    Glb_Unic_Number.store(number, std::memory_order_relaxed);
     return number;
 }
 
