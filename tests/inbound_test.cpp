@@ -2,6 +2,7 @@
 // that nobody else takes records from the rings.
 #include "arrm.h"
 #include "global.h"
+#include "qcapi/log.h"
 #include "qcapi/session.h"
 #include "support/session_fixture.h"
 #include "support/table_world.h"
@@ -164,6 +165,31 @@ TEST_F(TablesOfAConnection, AreCleanedWithoutAnObject)
     connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
     read(ReadingHost::Process_Messages);
     EXPECT_EQ(records(), cities_alone);
+}
+
+TEST_F(TablesOfAConnection, HaveTheStateOfTheStartBehindInitialize)
+{
+    TBLEQUIV_Row(TABLE_CODE_ID).code = 1071; // as a subscription of an earlier session left it
+    Glb_City_Table->Set_Table_Flag(1);
+    Glb_Chat_Message_Table->Set_Table_Flag(1);
+    EXPECT_EQ(host.Initialize(), 0);
+    EXPECT_EQ(TBLEQUIV_Row(TABLE_CODE_ID).code, 0);
+    EXPECT_EQ(Glb_City_Table->m_table_flag, 17);
+    EXPECT_EQ(Glb_Chat_Message_Table->m_table_flag, 9);
+    EXPECT_EQ(records(), all_there);
+    LOG_End();
+}
+
+TEST_F(InboundTest, TheObjectRegistersTheReferences)
+{
+    for (int index = 1; index < MAX_REF_CALL; ++index) {
+        CField::Set_Reference_Call(index, nullptr);
+    }
+    const ReadingHost another;
+    CMsgOrder order;
+    for (const int field_id : {CIUDAD, MERCADO, ID_COMITENTE_PROPIO}) {
+        EXPECT_NE(order[field_id].Do_Reference_Call(0, 0, nullptr), nullptr) << field_id;
+    }
 }
 
 // ---- Traces ----

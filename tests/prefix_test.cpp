@@ -419,16 +419,26 @@ TEST_F(PrefixList, IndexesBehindTheLastFunctionLeadNowhere)
     }
 }
 
+// Of SUCURSAL, which stands 51 bytes behind its group, two bytes are left.
 TEST_F(PrefixList, ACodeThatIsCutByTheEndOfTheBufferIsReadNoFurther)
 {
     TableWorld::Subscribe_All();
+    CMessage& named = put<Glb_Branches_Table>({{CODIGO_SUCURSAL_BRANCHES, "AB"}});
     CMessage small(nullptr, 1);
-    small.m_msg_displacement = small.Buffer_Size() - 2;
+    small.m_msg_displacement = small.Buffer_Size() - 2 - 51;
     CField& branch = small[SUCURSAL];
-    std::memcpy(small.m_data + small.Buffer_Size() - 2, "AB", 2);
-    put<Glb_Branches_Table>({{CODIGO_SUCURSAL_BRANCHES, "AB"}});
-    branch.Do_Reference_Call(0, 1, &status);
-    EXPECT_EQ(status, 1) << "the field lies behind the buffer";
+    ASSERT_EQ(branch.m_len, 2);
+    std::memcpy(branch.Get_Data_Ptr(), "AB", 2);
+    EXPECT_EQ(branch.Do_Reference_Call(0, 1, &status), &named);
+}
+
+TEST_F(PrefixList, ACodeBehindTheBufferNamesNoRecord)
+{
+    TableWorld::Subscribe_All();
+    CMessage small(nullptr, 1);
+    small.m_msg_displacement = small.Buffer_Size();
+    small[SUCURSAL].Do_Reference_Call(0, 1, &status);
+    EXPECT_EQ(status, 1);
 }
 
 // ---- Schemes -----------------------------------------------------------------------------------------------------

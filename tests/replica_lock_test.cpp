@@ -33,8 +33,8 @@ TEST(ReplicaLocks, OneIsGoneWhenAReportIsDelivered)
     static bool could_lock;
     could_lock = false;
     Set_Report_Host_Sink([](int, char*) {
-        could_lock = The_Replica_Mutex.try_lock();
-        if (could_lock) {
+        if (The_Replica_Mutex.try_lock()) {
+            could_lock = true;
             The_Replica_Mutex.unlock();
         }
     });
