@@ -2,12 +2,16 @@
 // that nobody else takes records from the rings.
 #include "arrm.h"
 #include "global.h"
+#include "qcapi/log.h"
 #include "qcapi/session.h"
 #include "support/session_fixture.h"
+#include "support/table_world.h"
 #include "transport/envelope.h"
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -77,6 +81,118 @@ TEST_F(InboundTest, AClosedConnectionEmptiesTheOutboundRingButKeepsAStop)
         EXPECT_EQ(Glb_Send_Mss->Withdraw(record, &len, nullptr, nullptr), -1);
     }
 }
+
+// ---- Tables ----
+
+class TablesOfAConnection : public InboundTest
+{
+protected:
+    TablesOfAConnection()
+    {
+        Flag_Mailboxes();
+        world.Put(Glb_Chat_Message_Table, 1, {{TEXTO_CHAT, "good morning"}});
+        world.Put(Glb_User_Table, 1, {{CODIGO_USUARIO, "U123"}});
+        world.Put(Glb_City_Table, 1, {{CODIGO_3C_CITY, "BOG"}});
+    }
+
+    // Records of received messages, of users, of cities.
+    static std::array<int, 3> records()
+    {
+        return {TableWorld::Records_In(TableId::Glb_Chat_Message_Table),
+                TableWorld::Records_In(TableId::Glb_User_Table), TableWorld::Records_In(TableId::Glb_City_Table)};
+    }
+
+    // What was there when a callback of this line came.
+    void note_records_at(const std::string& line)
+    {
+        host.in_callback = [this, line](const std::string& each) {
+            if (each == line) {
+                seen = records();
+            }
+        };
+    }
+
+    TableWorld world;
+    std::array<int, 3> seen{-1, -1, -1};
+};
+
+constexpr std::array<int, 3> all_there = {1, 1, 1};
+constexpr std::array<int, 3> cities_alone = {0, 0, 1};
+
+TEST_F(TablesOfAConnection, AreCleanedWhenItClosesBeforeTheHostHearsOfTheDisconnection)
+{
+    note_records_at("disconnection 0 the peer closed");
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(seen, cities_alone);
+}
+
+TEST_F(TablesOfAConnection, AreThereWhenTheHostHearsThatItIsDisconnected)
+{
+    note_records_at("status 20 Disconnected");
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(seen, all_there);
+}
+
+TEST_F(TablesOfAConnection, AreCleanedWhenTheSessionStops)
+{
+    note_records_at(stopped);
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(seen, cities_alone);
+}
+
+TEST_F(TablesOfAConnection, AreKeptInTheServersRole)
+{
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_DS_Messages);
+    EXPECT_EQ(records(), all_there);
+}
+
+TEST_F(TablesOfAConnection, AreKeptWhenOneOpensOrFails)
+{
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    connection_says(TCP_STATUS_OPEN_CONNECTION);
+    note_records_at("status 21 Connected");
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(seen, all_there);
+}
+
+TEST_F(TablesOfAConnection, AreCleanedWithoutAnObject)
+{
+    std::optional<ReadingHost> other(std::in_place); // and no more: the first one gave its place
+    other.reset();
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(records(), cities_alone);
+}
+
+TEST_F(TablesOfAConnection, HaveTheStateOfTheStartBehindInitialize)
+{
+    TBLEQUIV_Row(TABLE_CODE_ID).code = 1071; // as a subscription of an earlier session left it
+    Glb_City_Table->Set_Table_Flag(1);
+    Glb_Chat_Message_Table->Set_Table_Flag(1);
+    EXPECT_EQ(host.Initialize(), 0);
+    EXPECT_EQ(TBLEQUIV_Row(TABLE_CODE_ID).code, 0);
+    EXPECT_EQ(Glb_City_Table->m_table_flag, 17);
+    EXPECT_EQ(Glb_Chat_Message_Table->m_table_flag, 9);
+    EXPECT_EQ(records(), all_there);
+    LOG_End();
+}
+
+TEST_F(InboundTest, TheObjectRegistersTheReferences)
+{
+    for (int index = 1; index < MAX_REF_CALL; ++index) {
+        CField::Set_Reference_Call(index, nullptr);
+    }
+    const ReadingHost another;
+    CMsgOrder order;
+    for (const int field_id : {CIUDAD, MERCADO, ID_COMITENTE_PROPIO}) {
+        EXPECT_NE(order[field_id].Do_Reference_Call(0, 0, nullptr), nullptr) << field_id;
+    }
+}
+
+// ---- Traces ----
 
 TEST_F(InboundTest, TheConnectedWordFollowsTheConnection)
 {

@@ -1,7 +1,7 @@
 // Subscriptions: the messages the host wants, and the tables by code and by type.
 #include "config_file.h"
 
-#include "reference_tables.h"
+#include "table_types.h"
 
 #include <algorithm>
 
@@ -16,8 +16,6 @@ constexpr int transaction_feed_messages[] = {121, 111, 113, 112, 87, 176, 132, 1
 // 134, its sibling, is in neither feed.
 constexpr int tarnel_feed_message = 133;
 
-constexpr int datamanager_list_type = 5;
-
 } // namespace
 
 void qapi::Subscribe_Transaction_Feed()
@@ -25,14 +23,16 @@ void qapi::Subscribe_Transaction_Feed()
     for (const int message : transaction_feed_messages) {
         Glb_suscribed_message[message] = 1;
     }
-#define ADD_TABLE(type, code, name) COMMON_Global_Codes_Add(type, name);
-    QAPI_REFERENCE_TABLES(ADD_TABLE)
+#define ADD_TABLE(type, enumerator, code, ...) COMMON_Global_Codes_Add(type, code);
+#define LEAVE_OUT(...)
+    QAPI_TABLE_TYPES(ADD_TABLE, LEAVE_OUT)
 #undef ADD_TABLE
+#undef LEAVE_OUT
 }
 
 void qapi::Subscribe_Tarnel_Feed()
 {
-    COMMON_Global_Codes_Add(datamanager_list_type, DATAMANAGER_LIST_CODE);
+    COMMON_Global_Codes_Add(DATAMANAGER_LIST_ID, DATAMANAGER_LIST_CODE);
     Glb_suscribed_message[tarnel_feed_message] = 1;
 }
 

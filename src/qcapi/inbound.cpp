@@ -6,6 +6,7 @@
 #include "log.h"
 #include "session.h"
 #include "support.h"
+#include "tblproc/tblproc.h"
 #include "thrct.h"
 #include "transport/dcon.h"
 
@@ -68,13 +69,22 @@ void connection_opened(const Inbound_Record& record)
     trace_step(4);
 }
 
+// The tables are cleaned without the object, which the host may have deleted.
+struct Tables : CQcApi
+{
+    using CQcApi::QAPI_Clean_Tables;
+};
+
+void no_tables() {}
+
 // What was queued for the lost connection must not reach the next one, but a stop that is under way must reach the
-// sender.
-void connection_closed(const Inbound_Record& record)
+// sender. In the data-server role the tables stay.
+void connection_closed(const Inbound_Record& record, void (*clean_tables)())
 {
     tell_status(TCP_STATUS_CLOSED_CONNECTION, "Disconnected");
     trace_step(6);
     Glb_Send_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN);
+    clean_tables();
     trace_step(7);
     tell_disconnection(record.source);
 }
@@ -103,7 +113,7 @@ void act_for_client(int status, Inbound_Record& record)
     case TCP_STATUS_CLOSED_CONNECTION:
         Glb_main_connected = 0;
         LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
-        connection_closed(record);
+        connection_closed(record, Tables::QAPI_Clean_Tables);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
         message_received(record);
@@ -123,7 +133,7 @@ void act_for_server(int status, Inbound_Record& record)
         break;
     case TCP_STATUS_CLOSED_CONNECTION:
         Glb_main_connected = 0;
-        connection_closed(record);
+        connection_closed(record, no_tables);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
         message_received(record);
@@ -145,10 +155,16 @@ void read_until_stop(void (*act)(int status, Inbound_Record& record))
 
 } // namespace
 
+void CQcApi::QAPI_Clean_Tables()
+{
+    Clear_Tables_Of_The_Connection(*The_Mailbox_Mutex);
+}
+
 void* CQcApi::Process_Messages(void* /*unused*/)
 {
     const CountedThread counted;
     read_until_stop(act_for_client);
+    QAPI_Clean_Tables();
     tell_status(TCP_SHUTTING_DOWN, "Attempts to establish a connection and processing messages have been suspended");
     return nullptr;
 }

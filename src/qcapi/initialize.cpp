@@ -7,6 +7,7 @@
 #include "log.h"
 #include "session.h"
 #include "support.h"
+#include "tblproc/tblproc.h"
 #include "transport/dcon.h"
 
 #include <algorithm>
@@ -58,6 +59,7 @@ int CQcApi::Initialize()
         last_error_msg = Get_Error_Text(QAPI_ERR_INTERNAL_ERROR_TXT, errno);
         return QAPI_ERR_INTERNAL_ERROR;
     }
+    TBLPROC_Init_Tables();
     *L_dir_name = directory.data();
     LOG_Init(QAPI_LOG_FILE_NAME, directory.data());
     COMMON_Fill_Version_General_Info(QAPI_DESCRIPTION, QAPI_STR_VERSION);
@@ -74,6 +76,7 @@ int CQcApi::Initialize()
         glb_dss_counter = 1;
         glb_DCon_DESCR->number_of_hosts = 1;
     }
+    Flag_Mailboxes();
     COMMON_Find_IP_LocalHost(); // here, since a dead name server would hold the reader up at each reconnection
     RLE_init(RLE_MAX_LEN);
     Prepare_Rings();

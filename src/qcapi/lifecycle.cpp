@@ -9,6 +9,7 @@
 #include "config.h"
 #include "lifecycle_gate.h"
 #include "log.h"
+#include "prefix.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
@@ -145,6 +146,7 @@ CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mute
     Be_Master_Thread();
     Set_Report_Host_Sink(tell_host_of_report);
     COMMON_Adjust_Time(0);
+    PREFIX_Register();
 }
 
 CQcApi::~CQcApi()

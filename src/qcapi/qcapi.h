@@ -313,6 +313,9 @@ protected:
     int Process_Tmp_Config_File();
     /// Formats an error text of at most 199 characters into a buffer of the calling thread.
     char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// Removes what must not outlive a connection: all received messages that wait for the host, and the tables that
+    /// are not kept in files. Takes mutex_lock, so a host's thread that works on a received record is not disturbed.
+    static void QAPI_Clean_Tables();
     static void* Process_Messages(void* unused);
     static void* Process_DS_Messages(void* unused);
 
@@ -326,6 +329,6 @@ private:
     char dest_host[60 + 1] = {};      // host text given to Connect; a spare zero behind it
     short dest_port = 0;              // port given to Connect; 0: the configuration alone chooses the servers
     std::string last_error_msg;       // text of the last failure of Initialize or of the configuration readers
-    std::mutex& mutex_lock;           // guards the received-message tables; lives as long as the process
+    std::mutex& mutex_lock;           // guards the mailboxes; lives as long as the process
     qapi::Master_Mutex& master_mutex; // one callback at a time; lives as long as the process
 };

@@ -1,0 +1,33 @@
+// What is done to all tables together: at the start of a session, and when its connection is gone.
+#pragma once
+
+#include "tblproc/global_tables.h"
+
+#include <mutex>
+#include <span>
+
+// Brings the rows of G_table_id_equivalence and the tables that follow them to the state before any subscription.
+// Before the threads of a session start.
+void TBLPROC_Init_Tables();
+
+namespace qapi {
+
+// Gives a table the code and the flags of a type: those of row 0 for a number that is no type. Returns 0.
+int Set_Table_Type(const GlobalTable& table, int table_type_id);
+
+// Gives the mailboxes their flags. Before the threads of a session start.
+void Flag_Mailboxes();
+
+// The tables whose records go with the connection, in the order in which they are cleared: all mailboxes, and the
+// replicas that aren't kept in files. The others stay, and are brought up to date when they are next subscribed.
+std::span<const TableId> Tables_Of_The_Connection();
+
+// Clears them, each under its lock: mailboxes under that which is given, replicas under their own. For the reader, or
+// when no thread runs. Reports wait until the lock is gone.
+void Clear_Tables_Of_The_Connection(std::mutex& mailbox_mutex);
+
+} // namespace qapi
+
+using qapi::Clear_Tables_Of_The_Connection;
+using qapi::Flag_Mailboxes;
+using qapi::Tables_Of_The_Connection;
