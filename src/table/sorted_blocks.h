@@ -80,19 +80,20 @@ public:
         return true;
     }
 
-    // Takes all keys of this number out, by going through all there are.
+    // Takes all keys of this number out, by going through all there are: where they stand, and not where their order
+    // says.
     void Erase_Number(int number)
     {
-        std::vector<Stored> keys;
-        for (const auto& block : m_blocks) {
-            for (std::size_t at = 0; at < block->count; ++at) {
-                if (block->numbers[at] == number) {
-                    keys.push_back(block->keys[at]);
-                }
+        for (std::size_t block = 0; block < m_blocks.size();) {
+            const auto& numbers = m_blocks[block]->numbers;
+            const auto end = numbers.begin() + static_cast<std::ptrdiff_t>(m_blocks[block]->count);
+            const auto found = std::find(numbers.begin(), end, number);
+            if (found == end) {
+                ++block;
+                continue;
             }
-        }
-        for (const Stored& key : keys) {
-            Erase(key, number);
+            Erase_At(block, static_cast<std::size_t>(found - numbers.begin()));
+            block -= block == 0 ? 0 : 1; // it may have joined the one before it
         }
     }
 

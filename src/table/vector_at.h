@@ -41,6 +41,7 @@ public:
         if (max_number - cur_used <= least_free) {
             Set_New_Limit(max_number * 2);
         }
+        Fetch(first_free);
         return taken;
     }
 
@@ -91,6 +92,17 @@ public:
     int last_free = 0;
 
 private:
+    // The next position that will be taken is known: when many records come at once, its object is in the cache by
+    // then.
+    void Fetch(int position) const
+    {
+        constexpr int lines = 6;
+        const auto* object = reinterpret_cast<const char*>(T_ptr[static_cast<unsigned>(position)].get());
+        for (int line = 0; object != nullptr && line < lines; ++line) {
+            __builtin_prefetch(object + line * 64);
+        }
+    }
+
     int& Link(int position) { return At_ptr[static_cast<unsigned>(position)]; }
 
     std::vector<std::unique_ptr<T>> T_ptr;
