@@ -211,4 +211,14 @@ TEST(KeyForms, KeyThatWasGivenAShorterOneIsNotWrittenBehindItsEnd)
     EXPECT_EQ(std::string(key.m_key, 5), std::string(5, '\0'));
 }
 
+TEST(KeyForms, KeyThatWasGivenALongerOneReadsNoMoreThanItsOwnLength)
+{
+    const std::vector<char> code{'U', 'S', 'E', 'R'};
+    CUserKey key;
+    const CTermKey term;
+    static_cast<CBaseKey&>(key) = term;
+    key.Init(code.data());
+    EXPECT_EQ(std::string(key.m_key, 13), std::string(13, '\0'));
+}
+
 } // namespace

@@ -4,7 +4,7 @@
 
 #include "keys/packed_key.h"
 
-// Its operations are those of a key of 25 bytes, whatever its base was given.
+// Compared with keys of other lengths without a report.
 class COrderKey : public qapi::PackedKey<COrderKey>
 {
 public:
@@ -12,7 +12,7 @@ public:
     static constexpr qapi::PackedForm forms[] = {"market 3, order_code 10, o_d 1, sub_market 1, text_term 10",
                                                  "market 3, fill", "fill"};
 
-    void Init(const char* new_key_value) { CBaseKey::Init(new_key_value); }
+    void Init(const char* new_key_value) { PackedKey::Init(new_key_value); }
     void Init(int fill) { PackedKey::Init(fill); }
     void Init(const char* market, const char* order_code, const char* o_d, const char* sub_market,
               const char* text_term)

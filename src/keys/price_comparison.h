@@ -19,7 +19,8 @@ inline constexpr int CPRICE_BID_ASC_OFFER_DESC_SORTING = 1;
 //   - points in different columns: "0.5" and "15", "0.50" and "1.5" come each before the other;
 //   - prices with a point and without one: "0" is " ", but "." comes between them;
 //   - a plus in front of the point: "0." is " .", but "+." comes between them;
-//   - a minus behind the point, or two: " .-" is "0.-", but "-. " comes between them; so does "--." with "- ." and "-0.".
+//   - a minus behind the point, or two: " .-" is "0.-", but "-. " comes between them; so does "--." with "- ." and
+//   "-0.".
 // An index that holds such prices may find them in another order than it was given, and miss one.
 int TABLE_KEY_Price_Comp(const char* key_ptr, const char* x_key_ptr, int bid_offer, int price_key_sorting_method);
 

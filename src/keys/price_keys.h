@@ -19,10 +19,10 @@ public:
     static constexpr bool ordered_by_bytes = false;
     static constexpr int none = -1;
 
-    void Init(const char* key_value) { CBaseKey::Init(key_value); }
+    void Init(const char* new_key_value) { Packed::Init(new_key_value); }
 
     // A whole key; or, with a fill as the last argument, the bound of a range: 0 is in front of all orders that begin
-    // as the texts do, 255 behind them. The bound of a market alone may follow its first three bytes alone.
+    // as the texts do, 255 behind them. With a market alone the fill is the price's too.
     template <class... Arguments> void Init(const char* market, Arguments... rest) requires(sizeof...(Arguments) != 0)
     {
         Packed::Init(market, rest...);
