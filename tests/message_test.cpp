@@ -57,7 +57,6 @@ TEST(Message, MembersBeginAsARecordWithoutTableAndLinks)
     EXPECT_EQ(chat.m_type, 3);
     EXPECT_EQ(chat.m_table_ptr, nullptr);
     EXPECT_EQ(chat.m_pos_in_table, -1);
-    EXPECT_EQ(chat.m_crc32_data_CField, nullptr);
     EXPECT_EQ(chat.m_Trades_To_Do.Capacity() + chat.m_Orders_To_Trade.Capacity() + chat.m_Orders_Linked.Capacity(), 0);
     EXPECT_EQ(chat.m_Term_Linked, nullptr);
     EXPECT_TRUE(chat.m_env_crc32_to_use.is_zero());

@@ -82,10 +82,10 @@ TEST_P(RecordLayouts, RecordIsOfItsClass)
     EXPECT_EQ(std::string(record().m_data, 3), three_digits(m_pinned.number));
 }
 
-TEST_P(RecordLayouts, RecordKnowsTheFieldOfItsCrc)
+TEST_P(RecordLayouts, LayoutKnowsTheFieldOfTheCrc)
 {
-    const CField* crc = record().m_crc32_data_CField;
-    EXPECT_EQ(crc != nullptr ? Field_Symbol(crc->m_field_id) : "-", m_pinned.crc);
+    const FieldPlace* crc = layout().Crc32_Field();
+    EXPECT_EQ(crc != nullptr ? Field_Symbol(crc->field_id) : "-", m_pinned.crc);
 }
 
 TEST_P(RecordLayouts, FieldsOfTheLayoutStandAsPinned)

@@ -1,6 +1,7 @@
 #include "message/message.h"
 
 #include "keys/idx_keys.h"
+#include "little_endian.h"
 #include "qcapi/support.h"
 #include "records/sizes.h"
 
@@ -30,11 +31,13 @@ void write_number(char* to, int number)
 
 qapi::FieldSlots::Block& qapi::FieldSlots::Block_Of(int position)
 {
-    const unsigned index = static_cast<unsigned>(position) / block_size;
-    auto& block = m_blocks[index];
+    if (m_owned == nullptr) {
+        m_owned = std::make_unique<Owned>();
+        m_blocks = &m_owned->by_position;
+    }
+    Block*& block = m_owned->by_position[static_cast<unsigned>(position) / block_size];
     if (block == nullptr) {
-        block = std::make_unique<Block>();
-        m_end = std::max(m_end, index + 1);
+        block = m_owned->blocks.emplace_back(std::make_unique<Block>()).get();
     }
     return *block;
 }
@@ -61,9 +64,6 @@ CMessage::CMessage(char* data, int size, const qapi::RecordLayout& layout)
     }
     if (layout.Number() != 0) {
         write_number(m_data, layout.Number());
-    }
-    if (const FieldPlace* crc32 = layout.Crc32_Field(); crc32 != nullptr) {
-        m_crc32_data_CField = &Field_At(*crc32);
     }
 }
 
@@ -219,11 +219,47 @@ CField& CMessage::Touch(int field_id)
     return Make_Field(place);
 }
 
+// ---- Fields without objects ------------------------------------------------------------------------------------
+
+const char* CMessage::Bytes_Of(int field_id)
+{
+    const FieldPlace* place = m_layout->Find(field_id);
+    if (place == nullptr || place->policy != nullptr) {
+        return (*this)[field_id].Get_Data_Ptr();
+    }
+    return m_data + place->displacement;
+}
+
+const FieldPlace* CMessage::Bare_Word(int field_id) const
+{
+    const FieldPlace* place = m_layout->Find(field_id);
+    const bool is_bare = place != nullptr && place->policy == nullptr && m_field.at(place->position) == nullptr;
+    return is_bare && place->displacement + static_cast<int>(sizeof(std::uint32_t)) <= Buffer_Size() ? place : nullptr;
+}
+
+std::uint32_t CMessage::Word_Of(int field_id)
+{
+    const FieldPlace* place = Bare_Word(field_id);
+    return place != nullptr ? load_le<std::uint32_t>(m_data + place->displacement)
+                            : static_cast<unsigned>((*this)[field_id]);
+}
+
+void CMessage::Put_Word(int field_id, std::uint32_t value)
+{
+    const FieldPlace* place = Bare_Word(field_id);
+    if (place == nullptr) {
+        (*this)[field_id] = static_cast<unsigned>(value);
+        return;
+    }
+    store_le(m_data + place->displacement, value);
+    Forget_Values_Over(place->displacement, sizeof value);
+}
+
 // ---- Keys ------------------------------------------------------------------------------------------------------
 
 void CMessage::Init_Key(CIdxKey* to_fill)
 {
-    to_fill->Init(0, static_cast<unsigned>((*this)[REC_IDX]));
+    to_fill->Init(0, Word_Of(REC_IDX));
 }
 
 void CMessage::Init_Key(CEnvCrc32Key* to_fill)
@@ -247,7 +283,8 @@ bool CMessage::Is_Identity_Taken()
 
 int CMessage::Init_Crc32()
 {
-    if (m_table_ptr == nullptr || m_crc32_data_CField == nullptr) {
+    const FieldPlace* data = m_layout->Crc32_Field();
+    if (m_table_ptr == nullptr || data == nullptr) {
         return 0;
     }
     const DLONG before = m_env_crc32;
@@ -256,14 +293,13 @@ int CMessage::Init_Crc32()
         m_env_crc32 = m_env_crc32_to_use;
         m_env_crc32_to_use = {};
     } else {
-        const auto environment = static_cast<std::uint32_t>(static_cast<unsigned>((*this)[ENVIRONMENT]));
+        const std::uint32_t environment = Word_Of(ENVIRONMENT);
         if (environment != 0 &&
             environment != our_environment) { // another environment's record: its identity is its own
-            m_env_crc32 = {static_cast<std::uint32_t>(static_cast<unsigned>((*this)[CRC32])), environment};
+            m_env_crc32 = {Word_Of(CRC32), environment};
             return 0;
         }
-        m_env_crc32 = {COMMON_Get_Crc32(m_crc32_data_CField->Get_Ptr(), m_crc32_data_CField->m_len, 0),
-                       our_environment};
+        m_env_crc32 = {COMMON_Get_Crc32(Bytes_Of(data->field_id), data->len, 0), our_environment};
     }
     if (m_env_crc32 == before) {
         return 0;
@@ -272,7 +308,7 @@ int CMessage::Init_Crc32()
         ++m_env_crc32.low;
         m_env_crc32.high = our_environment;
     }
-    (*this)[ENVIRONMENT] = static_cast<unsigned>(m_env_crc32.high);
-    (*this)[CRC32] = static_cast<unsigned>(m_env_crc32.low);
+    Put_Word(ENVIRONMENT, m_env_crc32.high);
+    Put_Word(CRC32, m_env_crc32.low);
     return 1;
 }

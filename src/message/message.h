@@ -21,6 +21,7 @@
 #include <atomic>
 #include <memory>
 #include <span>
+#include <vector>
 
 // This process's environment: part of the identity of the records it makes. Written by the thread that handles the
 // login.
@@ -31,14 +32,14 @@ inline constexpr int MAX_FIELD_PATH = 1023; // characters of the longest path, a
 namespace qapi {
 
 // A record's field objects by position, and for each a byte that tells whether its value is kept. Most positions never
-// have an object; they come in blocks, of which a record has those that it needs. Pointers stay valid while the record
-// lives.
+// have an object, and most records of a table have none at all: objects come in blocks, of which a record has those
+// that it needs. Pointers stay valid while the record lives.
 class FieldSlots
 {
 public:
     [[nodiscard]] CField* at(int position) const
     {
-        const auto& block = m_blocks[static_cast<unsigned>(position) / block_size];
+        const Block* block = (*m_blocks)[static_cast<unsigned>(position) / block_size];
         return block != nullptr ? block->fields[static_cast<unsigned>(position) % block_size].get() : nullptr;
     }
     CField& put(int position, std::unique_ptr<CField> field);
@@ -70,19 +71,26 @@ private:
         std::array<char, block_size> kept{};
         std::array<std::unique_ptr<CField>, block_size> fields;
     };
+    using Blocks = std::array<Block*, MAX_FIELDS_DEFINED / block_size + 1>;
+    struct Owned
+    {
+        Blocks by_position{};
+        std::vector<std::unique_ptr<Block>> blocks;
+    };
+    static constexpr Blocks no_blocks{};
 
     Block& Block_Of(int position);
     template <class Function> void for_each_block(Function function) const
     {
-        for (unsigned i = 0; i < m_end; ++i) {
-            if (m_blocks[i] != nullptr) {
-                function(*m_blocks[i]);
+        if (m_owned != nullptr) {
+            for (const auto& block : m_owned->blocks) {
+                function(*block);
             }
         }
     }
 
-    std::array<std::unique_ptr<Block>, MAX_FIELDS_DEFINED / block_size + 1> m_blocks;
-    unsigned m_end = 0; // there are no blocks from here on
+    const Blocks* m_blocks = &no_blocks;
+    std::unique_ptr<Owned> m_owned; // null until the first object is made
 };
 
 } // namespace qapi
@@ -165,6 +173,12 @@ public:
     // Told by a field of which an element became current: Init goes back to the whole field.
     void Has_Elements() { m_has_elements = true; }
 
+    // A field's bytes, and the value of a 32-bit one, without an object for a field that has none: records of tables
+    // are found by theirs, and there are a lot of them.
+    const char* Bytes_Of(int field_id);
+    std::uint32_t Word_Of(int field_id);
+    void Put_Word(int field_id, std::uint32_t value);
+
     [[nodiscard]] const qapi::RecordLayout& Layout_In_Force() const { return *m_layout; }
     [[nodiscard]] int Buffer_Size() const { return m_data_len + MESSAGE_EXTRA_ALLOCATED_SIZE; }
 
@@ -201,7 +215,6 @@ public:
     int m_msg_displacement = 0; // where a field that isn't defined is placed
     CTableBase* m_table_ptr = nullptr;
     int m_pos_in_table = -1;
-    CField* m_crc32_data_CField = nullptr; // the field whose bytes give the CRC-32; null for a class without one
     char* m_data = nullptr;
     int m_data_is_allocated = 0; // 1 if the record owns its buffer
     int m_data_len = 0;          // bytes of the record
@@ -216,11 +229,6 @@ public:
     unsigned m_assigned_idx = 0;
     DLONG m_env_crc32; // identity
 
-    CvArray<CMessage*> m_Trades_To_Do{0}; // links kept by the order logic
-    CvArray<CMessage*> m_Orders_To_Trade{0};
-    CvArray<CMessage*> m_Orders_Linked{0};
-    CMessage* m_Term_Linked = nullptr;
-
 protected:
     // A record of a class.
     CMessage(char* data, const qapi::RecordLayout& layout);
@@ -232,11 +240,20 @@ private:
     CField& Make_Field(const qapi::FieldPlace& place);
     [[nodiscard]] bool Is_Identity_Taken();
 
+    // The place of a 32-bit field that has no object and lies in the buffer, null for others.
+    [[nodiscard]] const qapi::FieldPlace* Bare_Word(int field_id) const;
+
     const qapi::RecordLayout* m_layout;
     std::unique_ptr<char[]> m_own_data;
     qapi::FieldSlots m_field;
     bool m_has_undefined_fields = false;
     bool m_has_elements = false; // an element of some field may be current
+
+public:                                   // last, so that what every look-up touches lies together
+    CvArray<CMessage*> m_Trades_To_Do{0}; // links kept by the order logic
+    CvArray<CMessage*> m_Orders_To_Trade{0};
+    CvArray<CMessage*> m_Orders_Linked{0};
+    CMessage* m_Term_Linked = nullptr;
 };
 
 // A table record whose identity follows from its contents: every change of them brings it up to date.

@@ -69,22 +69,22 @@ void connection_opened(const Inbound_Record& record)
     trace_step(4);
 }
 
-// The tables are cleaned without the object, which the host may have deleted.
-struct Tables : CQcApi
+// Needs no object: the host may have deleted it.
+void clean_tables()
 {
-    using CQcApi::QAPI_Clean_Tables;
-};
+    Clear_Tables_Of_The_Connection(*The_Mailbox_Mutex);
+}
 
 void no_tables() {}
 
 // What was queued for the lost connection must not reach the next one, but a stop that is under way must reach the
 // sender. In the data-server role the tables stay.
-void connection_closed(const Inbound_Record& record, void (*clean_tables)())
+void connection_closed(const Inbound_Record& record, void (*clean)())
 {
     tell_status(TCP_STATUS_CLOSED_CONNECTION, "Disconnected");
     trace_step(6);
     Glb_Send_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN);
-    clean_tables();
+    clean();
     trace_step(7);
     tell_disconnection(record.source);
 }
@@ -113,7 +113,7 @@ void act_for_client(int status, Inbound_Record& record)
     case TCP_STATUS_CLOSED_CONNECTION:
         Glb_main_connected = 0;
         LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
-        connection_closed(record, Tables::QAPI_Clean_Tables);
+        connection_closed(record, clean_tables);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
         message_received(record);
@@ -157,7 +157,7 @@ void read_until_stop(void (*act)(int status, Inbound_Record& record))
 
 void CQcApi::QAPI_Clean_Tables()
 {
-    Clear_Tables_Of_The_Connection(*The_Mailbox_Mutex);
+    clean_tables();
 }
 
 void* CQcApi::Process_Messages(void* /*unused*/)

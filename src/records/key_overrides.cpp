@@ -23,7 +23,7 @@ template <KeyPart part> auto argument(CMessage& record)
     if constexpr (part.by_value && !part.is_code) {
         return static_cast<unsigned>(record[part.field_id]);
     } else {
-        return static_cast<const char*>(record[part.field_id].Get_Data_Ptr());
+        return record.Bytes_Of(part.field_id);
     }
 }
 
@@ -62,7 +62,7 @@ void CGTOrder::Init_Key(CMarketUserKey* to_fill)
 {
     constexpr int market_len = CMarketUserKey::forms[0].Offset_Of("user_code");
     if (to_fill->m_key_len >= market_len) {
-        std::copy_n((*this)[MERCADO].Get_Data_Ptr(), market_len, to_fill->m_key);
+        std::copy_n(Bytes_Of(MERCADO), market_len, to_fill->m_key);
     }
 }
 

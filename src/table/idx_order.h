@@ -21,9 +21,9 @@ public:
     {
         const std::uint32_t idx =
             qapi::Generate_Idx(m_last_idx, [this](std::uint32_t candidate) { return Search_By_Idx(candidate) >= 0; });
-        (*record)[REC_IDX] = static_cast<unsigned>(idx);
+        record->Put_Word(REC_IDX, idx);
         if (put_environment != 0) {
-            (*record)[ENVIRONMENT] = static_cast<unsigned>(Glb_range_environment.load(std::memory_order_relaxed));
+            record->Put_Word(ENVIRONMENT, Glb_range_environment.load(std::memory_order_relaxed));
         }
         m_idx_table.Put(Stored_Idx(idx), pos);
     }
@@ -34,7 +34,7 @@ public:
         if (Search_By_Idx(idx) >= 0) {
             qapi::Tell_Idx_Error(qapi::idx_exists_error, idx);
         }
-        (*record)[REC_IDX] = idx;
+        record->Put_Word(REC_IDX, idx);
         m_idx_table.Put(Stored_Idx(idx), pos);
     }
 

@@ -48,7 +48,7 @@ public:
         Take_Contents(cur_rec, *record_to_insert);
         Take_Number(cur_rec);
         if (Has_Own_Idx()) {
-            cur_rec[REC_IDX] = static_cast<unsigned>(Number_For_Idx());
+            cur_rec.Put_Word(REC_IDX, Number_For_Idx());
         } else {
             Check_Delete_Existing_Records(&cur_rec, 1, 1);
         }
@@ -265,8 +265,7 @@ private:
     void Expect_Identity(REC& cur_rec, REC& from)
     {
         if (m_use_crc32_computing != 0) {
-            cur_rec.m_env_crc32_to_use = {static_cast<std::uint32_t>(static_cast<unsigned>(from[CRC32])),
-                                          static_cast<std::uint32_t>(static_cast<unsigned>(from[ENVIRONMENT]))};
+            cur_rec.m_env_crc32_to_use = {from.Word_Of(CRC32), from.Word_Of(ENVIRONMENT)};
         }
     }
 
