@@ -11,6 +11,10 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <atomic>
+#include <cstdio>
+#include <future>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -165,6 +169,45 @@ TEST_F(TablesOfAConnection, AreCleanedWithoutAnObject)
     connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
     read(ReadingHost::Process_Messages);
     EXPECT_EQ(records(), cities_alone);
+}
+
+TEST_F(TablesOfAConnection, AreCleanedWhenNoHostThreadWorksOnAMailbox)
+{
+    std::promise<void> disconnected_told;
+    std::atomic<bool> reader_ended = false;
+    host.in_callback = [&](const std::string& each) {
+        if (each == "status 20 Disconnected") {
+            disconnected_told.set_value();
+        }
+    };
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    connection_says(TCP_SHUTTING_DOWN, "");
+    std::unique_lock a_host_works(*The_Mailbox_Mutex);
+    std::thread reader([&] {
+        ReadingHost::Process_Messages(nullptr);
+        reader_ended = true;
+    });
+    disconnected_told.get_future().wait();
+    for (int i = 0; i < 1000; ++i) { // the reader has all the time it wants, and can't get further
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(reader_ended);
+    EXPECT_EQ(TableWorld::Records_In(TableId::Glb_Chat_Message_Table), 1);
+    a_host_works.unlock();
+    reader.join();
+    EXPECT_EQ(records(), cities_alone);
+}
+
+TEST_F(TablesOfAConnection, HaveTheStateOfTheStartThoughTheConfigurationIsMissing)
+{
+    TBLEQUIV_Row(TABLE_CODE_ID).code = 1071;
+    Glb_Chat_Message_Table->Set_Table_Flag(1);
+    std::remove("qapi.cfg");
+    EXPECT_NE(host.Initialize(), 0);
+    EXPECT_EQ(TBLEQUIV_Row(TABLE_CODE_ID).code, 0);
+    EXPECT_EQ(Glb_Chat_Message_Table->m_table_flag,
+              9); // a reader that runs all the same gives out idx values of its own
+    LOG_End();
 }
 
 TEST_F(TablesOfAConnection, HaveTheStateOfTheStartBehindInitialize)

@@ -7,6 +7,7 @@
 
 #include "global.h"
 
+#include <atomic>
 #include <string>
 
 inline constexpr const char* QAPI_CONFIG_FILE_NAME = "qapi.cfg";
@@ -37,10 +38,10 @@ extern int glb_dss_counter;
 extern int Glb_Markets_Code[MAX_NUM_MARKETS_CODE];
 extern int Glb_markets_code_counter; // not reset between logins
 extern int Glb_Message_Code;
-extern int Glb_suscribed_message[MAX_SUSCRIBED_MESSAGES];        // 1: wanted; subscriptions of an earlier login stay
-extern int gbl_code_table_type[MAX_TABLE_CODES];                 // by table code: its table type
-extern unsigned Glb_subscribed_code_table_id[MAX_TABLE_CODES];   // by table type: 1 if subscribed
-extern INFO_TABLE_CODE Glb_access_tables[MAX_ACCESS_TABLES + 1]; // ended by an all-zero row
+extern int Glb_suscribed_message[MAX_SUSCRIBED_MESSAGES]; // 1: wanted; subscriptions of an earlier login stay
+extern int gbl_code_table_type[MAX_TABLE_CODES];          // by table code: its table type
+extern std::atomic<unsigned> Glb_subscribed_code_table_id[MAX_TABLE_CODES]; // by table type: 1 if subscribed
+extern INFO_TABLE_CODE Glb_access_tables[MAX_ACCESS_TABLES + 1];            // ended by an all-zero row
 
 // ---- How the session behaves -----------------------------------------------------------------------------------
 extern unsigned long long Glb_Send_Msg_Delay_Millisec; // pause between two SendMessage

@@ -7,7 +7,7 @@
 
 int Glb_suscribed_message[MAX_SUSCRIBED_MESSAGES];
 int gbl_code_table_type[MAX_TABLE_CODES];
-unsigned Glb_subscribed_code_table_id[MAX_TABLE_CODES];
+std::atomic<unsigned> Glb_subscribed_code_table_id[MAX_TABLE_CODES];
 
 namespace {
 
@@ -39,7 +39,9 @@ void qapi::Subscribe_Tarnel_Feed()
 void COMMON_Global_Codes_Clean()
 {
     std::fill(std::begin(gbl_code_table_type), std::end(gbl_code_table_type), 0);
-    std::fill(std::begin(Glb_subscribed_code_table_id), std::end(Glb_subscribed_code_table_id), 0U);
+    for (std::atomic<unsigned>& subscribed : Glb_subscribed_code_table_id) {
+        subscribed.store(0, std::memory_order_relaxed);
+    }
 }
 
 void COMMON_Global_Codes_Add(int type, int code)
@@ -48,5 +50,5 @@ void COMMON_Global_Codes_Add(int type, int code)
         return;
     }
     gbl_code_table_type[code] = type;
-    Glb_subscribed_code_table_id[type] = 1;
+    Glb_subscribed_code_table_id[type].store(1, std::memory_order_relaxed);
 }

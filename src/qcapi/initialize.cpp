@@ -7,6 +7,7 @@
 #include "log.h"
 #include "session.h"
 #include "support.h"
+#include "tblproc/replica_lock.h"
 #include "tblproc/tblproc.h"
 #include "transport/dcon.h"
 
@@ -60,6 +61,7 @@ int CQcApi::Initialize()
         return QAPI_ERR_INTERNAL_ERROR;
     }
     TBLPROC_Init_Tables();
+    Flag_Mailboxes(); // before the configuration, which may end this: Connect runs its threads all the same
     *L_dir_name = directory.data();
     LOG_Init(QAPI_LOG_FILE_NAME, directory.data());
     COMMON_Fill_Version_General_Info(QAPI_DESCRIPTION, QAPI_STR_VERSION);
@@ -76,7 +78,6 @@ int CQcApi::Initialize()
         glb_dss_counter = 1;
         glb_DCon_DESCR->number_of_hosts = 1;
     }
-    Flag_Mailboxes();
     COMMON_Find_IP_LocalHost(); // here, since a dead name server would hold the reader up at each reconnection
     RLE_init(RLE_MAX_LEN);
     Prepare_Rings();
@@ -85,6 +86,7 @@ int CQcApi::Initialize()
 
 int CQcApi::Read_Conf_File(char* path)
 {
+    const ReplicaLock paths_wait; // one that leads to a colour reads the scheme's code
     return CONF_Read_File(path, last_error_msg);
 }
 

@@ -89,7 +89,7 @@ KINDS(KIND)
 
 bool is_subscribed(int type)
 {
-    return type == ZERO_CODE_ID || Glb_subscribed_code_table_id[type] != 0;
+    return type == ZERO_CODE_ID || Glb_subscribed_code_table_id[type].load(std::memory_order_relaxed) != 0;
 }
 
 // ---- References ------------------------------------------------------------------------------------------------

@@ -18,7 +18,7 @@
 #include <cstddef>
 #include <span>
 
-// The replicas that codes lead into: table, record, key 1 (of which fields, records/key_fields.cpp tells), type. Those
+// The replicas that codes lead into: table, record, key 1 (of which fields, records/key_fields.def tells), type. Those
 // in TWO_KEYS find a record by its identity too.
 // clang-format off
 #define QAPI_REPLICAS(TWO_KEYS, ONE_KEY) \
@@ -102,7 +102,7 @@ struct GlobalTable
     const char* name;
     TableId id;
     int type;                    // of its records, ZERO_CODE_ID for none
-    int flags_at_start;          // of a mailbox
+    int flags_at_start;          // what a mailbox is given by Initialize; 1, as it is made, or 0 for a replica
     bool is_mailbox;             // else a replica
     CTableBase& (*get)();        // the table, made if need be
     int (*set_flags)(int flags); // returns those that were in force

@@ -60,6 +60,9 @@ void clear(const GlobalTable& table, std::mutex& mailbox_mutex)
 
 void TBLPROC_Init_Tables()
 {
+    for (const GlobalTable& table : All_Global_Tables()) {
+        table.get();
+    }
     TBLEQUIV_Forget_Codes();
     for (const int type : types_in_force) {
         qapi::Set_Table_Type(*Table_Of_Type(type), type);
