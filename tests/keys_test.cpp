@@ -217,6 +217,8 @@ TEST(SeqKey, IsOrderedByServerThenDateThenNumber)
     EXPECT_TRUE(sequence("\x01\x00", "20261122", 0x00ff) < sequence("\x01\x00", "20261122", 0x0100));
     EXPECT_TRUE(sequence("\x01\x00", "20261122", 1) < sequence("\x01\x00", "20261122", 0x80000000)) << "unsigned";
     EXPECT_FALSE(sequence("\x01\x00", "20261122", 1) < sequence("\x01\x00", "20261122", 1));
+    EXPECT_TRUE(sequence("\x01\x00", "20261122", 1) < sequence("\x00\x90", "20261122", 1))
+        << "a widened word is positive";
 }
 
 TEST(SeqKey, FirstWordIsSigned)
@@ -225,6 +227,30 @@ TEST(SeqKey, FirstWordIsSigned)
     negative.Init("\xff\xff\xff\xff"
                   "2026112200000");
     EXPECT_TRUE(negative < sequence("\x00\x00", "20261122", 0));
+}
+
+template <class Key> void expect_a_cut_and_a_lengthened_key_stay(const CBaseKey& cut, const CBaseKey& lengthened)
+{
+    for (const CBaseKey* other : {&cut, &lengthened}) {
+        Key key;
+        static_cast<CBaseKey&>(key) = *other;
+        key.Init("12345678901234567890");
+        EXPECT_TRUE(key == *other);
+    }
+}
+
+TEST(Keys, ThatTheirBaseGaveAnotherLengthTakeNoBytes)
+{
+    const CBaseKey cut = key_of("AB");
+    const CBaseKey lengthened(40);
+    expect_a_cut_and_a_lengthened_key_stay<CEnvCrc32Key>(cut, lengthened);
+    expect_a_cut_and_a_lengthened_key_stay<CSeqKey>(cut, lengthened);
+    expect_a_cut_and_a_lengthened_key_stay<CConfirmPendKey>(cut, lengthened);
+    expect_a_cut_and_a_lengthened_key_stay<CBranchesKey>(cut, lengthened);
+    CEnvCrc32Key identity;
+    static_cast<CBaseKey&>(identity) = cut;
+    identity.Init(DLONG{1, 2});
+    EXPECT_TRUE(identity == cut);
 }
 
 TEST(SeqKey, IsComparedAsBytesWithAShorterKey)

@@ -93,6 +93,17 @@ TEST(PriceOrderKey, CopiesHaveAKeyOfTheSameKindAndBytesOfTheirOwn)
     EXPECT_EQ(assigned.m_internal_price, nullptr);
 }
 
+TEST(PriceOrderKey, AssignmentTakesTheSortingMethodTooWhereTheKindIsTheSame)
+{
+    CPriceOrderKey rising;
+    rising.Build(CPRICE_DEFAULT, CPRICE_BID_ASC_OFFER_DESC_SORTING, 0);
+    CPriceOrderKey key;
+    key.Build(CPRICE_DEFAULT, CPRICE_BID_DESC_OFFER_ASC_SORTING, 0);
+    key = rising;
+    EXPECT_EQ(key.m_price_key_sorting_method, CPRICE_BID_ASC_OFFER_DESC_SORTING);
+    EXPECT_EQ(key.m_internal_price->m_price_key_sorting_method, CPRICE_BID_ASC_OFFER_DESC_SORTING);
+}
+
 TEST(PriceOrderKey, WithoutAKeyDoesNoHarm)
 {
     CPriceOrderKey none;

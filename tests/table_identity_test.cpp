@@ -74,6 +74,39 @@ TEST_F(TableIdentityTest, AnInsertOverTheIdxOfARecordWithItsIdentityTakesTheIden
     EXPECT_EQ(m_table.Used_Num_Records(), 1);
 }
 
+TEST_F(TableIdentityTest, WhereNothingIsReplacedARecordOfTheSameKeyAndContentsCountsUp)
+{
+    m_table.Set_Table_Flag(TABLE_NOT_PUBLISHED | TABLE_USE_OWN_UNIQUE_IDX);
+    const DLONG identity = Insert(m_table, 1, "QTO", "Quito").m_env_crc32;
+    EXPECT_EQ(Insert(m_table, 1, "QTO", "Quito").m_env_crc32.low, identity.low + 1);
+    EXPECT_EQ(m_table.Used_Num_Records(), 2);
+}
+
+TEST_F(TableIdentityTest, AStoredRecordsIdxIsThatOfAnotherTime)
+{
+    City& holder = Insert(m_table, 1, "QTO");
+    City& city = m_table.m_recs[m_table.Search_Next_Free_Pos()];
+    city.m_env_crc32_to_use = holder.m_env_crc32;
+    City stored(1, "GYE");
+    m_table.m_room = TwoKeyTable::Room::by_keys;
+    city = stored;
+    m_table.Check_Delete_Existing_Records(&city, 0, 1);
+    EXPECT_EQ(city.m_env_crc32.low, holder.m_env_crc32.low + 1);
+    EXPECT_EQ(m_table.Used_Num_Records(), 2);
+}
+
+TEST_F(TableIdentityTest, AStoredRecordReplacesTheOneWithItsKeyAndTakesItsIdentityOver)
+{
+    const DLONG identity = Insert(m_table, 1, "QTO").m_env_crc32;
+    City& city = m_table.m_recs[m_table.Search_Next_Free_Pos()];
+    City stored(9, "QTO");
+    m_table.m_room = TwoKeyTable::Room::by_keys;
+    city = stored;
+    m_table.Check_Delete_Existing_Records(&city, 0, 1);
+    EXPECT_EQ(city.m_env_crc32, identity);
+    EXPECT_EQ(m_table.Used_Num_Records(), 1);
+}
+
 TEST_F(TableIdentityTest, ARepeatedUpdateKeepsTheIdentity)
 {
     City& city = Insert(m_table, 1, "QTO", "Quito");
@@ -171,8 +204,6 @@ TEST_F(TableIdentityTest, AMailboxDoesNotTakeTheIdxOfANewcomerForItsOwn)
     City newcomer(1, "GYE");
     EXPECT_EQ(Idx_Of(holder), 1U);
     EXPECT_FALSE(mailbox.Will_Replace(newcomer, holder));
-    mailbox.Set_Table_Flag(TABLE_NOT_PUBLISHED);
-    EXPECT_TRUE(mailbox.Will_Replace(newcomer, holder));
 }
 
 } // namespace

@@ -226,7 +226,9 @@ protected:
         City& city = m_table.m_recs[pos];
         City source;
         fill(source, from);
+        m_table.m_room = decltype(m_table)::Room::by_keys;
         city = source;
+        m_table.m_room = decltype(m_table)::Room::none;
         city.Take_Unic_Number(from.number);
         m_table.Check_Delete_Existing_Records(&city, 0, 1);
         m_table.m_key_maps.Add_Record(pos, &city, 0);

@@ -75,6 +75,17 @@ TEST_F(OneKey, AKeyOfAnotherClassFindsNothingAndIsReported)
                                                  "1 Error. key given as argument is not the correct class!"));
 }
 
+TEST_F(OneKey, AKeyThatWasGivenAnotherLengthFindsNothingAndIsReported)
+{
+    Insert(m_table, 7, "QTO");
+    CCityKey key;
+    for (const CBaseKey& other : {CBaseKey(), static_cast<const CBaseKey&>(CCountryKey()), CBaseKey(30)}) {
+        static_cast<CBaseKey&>(key) = other;
+        EXPECT_EQ(m_table.Find_NKey_Record(static_cast<CBaseKey*>(&key), 1), nullptr);
+        EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 Error. key given as argument is not the correct class!"));
+    }
+}
+
 TEST_F(OneKey, AnInsertWhoseIdxExistsReplacesTheOldRecordAndTellsIt)
 {
     Insert_Of_Table(7, "QTO", 25);
@@ -144,7 +155,8 @@ TEST_F(OneKey, APositionThatIsReusedHoldsNothingOfTheRecordBefore)
 {
     City long_name(1, "AAA", "a name of twenty chr");
     std::memset(long_name.m_data + long_name.m_data_len, 'x', 20);
-    m_table.Insert_Local_Record(&long_name, nullptr);
+    City& inserted = *m_table.Insert_Local_Record(&long_name, nullptr);
+    std::memset(inserted.m_data + inserted.m_data_len, 'y', 100);
     Delete(m_table, 1);
     while (Insert(m_table, 2, "BBB", "b").m_pos_in_table != 0) {
         Delete(m_table, 2);
@@ -217,6 +229,17 @@ TEST_F(OneKey, UpdateInPlaceThatLeavesTheKeyTellsNothing)
     EXPECT_EQ(m_table.Update_Local_Record(&city), &city);
     EXPECT_EQ(Name_Of(city), "other");
     EXPECT_THAT(ReportTexts::Take(), IsEmpty());
+}
+
+TEST_F(OneKey, UpdateThroughAViewOnTheRecordFindsThatItsKeyIsMissing)
+{
+    City& city = Insert(m_table, 7, "QTO");
+    City view(city.m_data);
+    std::memcpy(city.m_data + 22, "GYE", 3);
+    EXPECT_EQ(m_table.Update_Local_Record(&view), &city);
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 Error. Key changed was not found GYE"));
+    EXPECT_EQ(By_Code(m_table, "GYE"), &city);
+    EXPECT_EQ(By_Code(m_table, "QTO"), nullptr);
 }
 
 TEST_F(OneKey, UpdateInPlaceOfTheKeyIsToldAndTheIndexFollows)

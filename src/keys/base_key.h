@@ -37,6 +37,15 @@ public:
     int m_key_len = 0;
 
 protected:
+    // The bytes of a key of a class of `length` bytes. Nothing if its base was given a key of another length: what
+    // records give is as long as the class's.
+    void Init_Whole(const char* new_key_value, int length)
+    {
+        if (m_key_len == length) {
+            CBaseKey::Init(new_key_value);
+        }
+    }
+
     // Reports it if the lengths differ.
     void Check_Length(const CBaseKey& other) const;
 

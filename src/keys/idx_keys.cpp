@@ -13,8 +13,10 @@ char* CIdxKey::Get_Str() const
 
 void CEnvCrc32Key::Init(DLONG val_env_crc32)
 {
-    store_le(m_key, val_env_crc32.low);
-    store_le(m_key + sizeof(std::uint32_t), val_env_crc32.high);
+    if (m_key_len >= length) {
+        store_le(m_key, val_env_crc32.low);
+        store_le(m_key + sizeof(std::uint32_t), val_env_crc32.high);
+    }
 }
 
 char* CBranchesNumKey::Get_Str()

@@ -36,7 +36,7 @@ public:
     static constexpr bool ordered_by_bytes = true;
 
     CEnvCrc32Key() : CBaseKey(length) {}
-    using CBaseKey::Init;
+    void Init(const char* new_key_value) { Init_Whole(new_key_value, length); }
     void Init(DLONG val_env_crc32);
 };
 

@@ -129,13 +129,7 @@ public:
 
     PackedKey() : CBaseKey(Key::length) {}
 
-    // The key's bytes. Nothing if its base was given a key of another length: what records give is as long as this one.
-    void Init(const char* new_key_value)
-    {
-        if (m_key_len == Key::length) {
-            CBaseKey::Init(new_key_value);
-        }
-    }
+    void Init(const char* new_key_value) { Init_Whole(new_key_value, Key::length); } // the key's bytes
 
     // The texts of a form, each at least as long as its part, then its numbers or its fill.
     template <class... Arguments> void Init(const char* first, Arguments... rest) requires(sizeof...(Arguments) != 0)

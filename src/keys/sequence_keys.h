@@ -14,7 +14,7 @@ public:
     static constexpr bool ordered_by_bytes = false;
 
     CSeqKey() : CBaseKey(length) {}
-    using CBaseKey::Init;
+    void Init(const char* new_key_value) { Init_Whole(new_key_value, length); }
     void Init(const char* data_server, const char* date, std::uint32_t seq_num);
 
     bool operator<(const CBaseKey& other) const;
@@ -29,7 +29,7 @@ public:
     static constexpr bool ordered_by_bytes = false;
 
     CConfirmPendKey() : CBaseKey(length) {}
-    using CBaseKey::Init;
+    void Init(const char* new_key_value) { Init_Whole(new_key_value, length); }
     void Init(const char* code_order, const char* code_order_1, std::uint32_t end_cur_time_v);
     void Init(int fill, std::uint32_t end_cur_time_v);
 

@@ -79,12 +79,21 @@ private:
     static const KEY* As_Own_Class(CBaseKey* key)
     {
         if constexpr (std::is_base_of_v<CBaseKey, KEY>) {
-            if (key != nullptr && typeid(*key) == typeid(KEY)) {
-                return static_cast<const KEY*>(key);
-            }
-            return dynamic_cast<const KEY*>(key);
+            const bool is_exactly = key != nullptr && typeid(*key) == typeid(KEY);
+            const auto* own = is_exactly ? static_cast<const KEY*>(key) : dynamic_cast<const KEY*>(key);
+            return own != nullptr && Has_Its_Length(*own) ? own : nullptr;
         } else {
             return nullptr;
+        }
+    }
+
+    // A key may be given another's length by an assignment to its base.
+    static bool Has_Its_Length(const KEY& key)
+    {
+        if constexpr (requires { KEY::length; }) {
+            return key.m_key_len == KEY::length;
+        } else {
+            return true;
         }
     }
 

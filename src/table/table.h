@@ -45,7 +45,9 @@ public:
     {
         const int pos = Search_Next_Free_Pos();
         REC& cur_rec = m_recs[pos];
+        m_room = Has_Own_Idx() ? Room::none : Room::by_idx_and_keys;
         Take_Contents(cur_rec, *record_to_insert);
+        m_room = Room::none;
         Take_Number(cur_rec);
         if (Has_Own_Idx()) {
             cur_rec.Put_Word(REC_IDX, Number_For_Idx());
@@ -149,15 +151,12 @@ public:
         return At(m_key_maps.Search_By_Env_Crc32(env_crc32));
     }
 
-    // Asked while the newcomer's contents are being filled in. Where the table gives out idx values, the one that
-    // stands in the newcomer is still somebody else's.
+    // Asked while the newcomer's contents are being filled in: only then is anything replaced.
     bool Will_Replace(CMessage& newcomer, CMessage& holder) override
     {
         const int pos = holder.m_pos_in_table;
-        if (Has_Own_Idx()) {
-            return !key1_is_idx && m_key_maps.Search_Key_Record(&newcomer, 1) == pos;
-        }
-        return m_key_maps.Search_Idx_Record(&newcomer) == pos || m_key_maps.Search_Key_Record(&newcomer, 1) == pos;
+        return (m_room == Room::by_idx_and_keys && m_key_maps.Search_Idx_Record(&newcomer) == pos) ||
+               (m_room != Room::none && m_key_maps.Search_Key_Record(&newcomer, 1) == pos);
     }
 
     // ---- Steps of a change -------------------------------------------------------------------------------------
@@ -234,13 +233,21 @@ public:
     std::unique_ptr<qapi::TableFile> m_Pers_File; // null: the table has no file
 
 protected:
+    // Which records go for the one that is being filled. Those that a file brings have idx values that mean nothing.
+    enum class Room
+    {
+        none,
+        by_keys,
+        by_idx_and_keys,
+    };
+    Room m_room = Room::none;
+
     CVectorAt<REC> m_recs;
     CVector<LIST> m_tlists; // by position; made for those that were given one
     KEYS m_key_maps;
 
 private:
     static constexpr int restr_action = 8;
-    static constexpr bool key1_is_idx = std::is_same_v<typename KEYS::Key1, CIdxKey>;
 
     [[nodiscard]] bool Has_Own_Idx() const { return (m_table_flag & TABLE_USE_OWN_UNIQUE_IDX) != 0; }
     [[nodiscard]] bool Tells_Collisions() const
@@ -283,7 +290,9 @@ private:
     void Update_Contents(REC& cur_rec, REC& from)
     {
         Expect_Identity(cur_rec, from);
+        m_room = Room::by_idx_and_keys;
         cur_rec.Update_Message_Info(std::span<const char>(from.m_data, static_cast<std::size_t>(from.m_data_len)));
+        m_room = Room::none;
     }
 
     void Update_In_Place(int pos, REC& record)

@@ -102,7 +102,9 @@ template <class REC, class KEYS> class OpenTable : public CTable<REC, KEYS, CTab
 public:
     OpenTable() : Base(INITIAL_TABLE_RECORDS, nullptr) {}
     using Base::m_key_maps;
+    using Room = typename Base::Room;
     using Base::m_recs;
+    using Base::m_room;
     using Base::m_tlists;
 
     FakeTableFile& With_File()

@@ -63,7 +63,9 @@ public:
         ModelCity& city = m_cities[pos];
         city = from;
         city.identity = {};
+        m_idx_means_something = false;
         Set_Identity(pos, {});
+        m_idx_means_something = true;
         city.number = from.number;
         Make_Room(pos, false);
         city.idx = Generate();
@@ -330,7 +332,8 @@ private:
         if (holder < 0 || holder == pos) {
             return false;
         }
-        return holder != Leads_To(by_idx, city.idx) && holder != Leads_To(by_key, Key(city));
+        return (holder != Leads_To(by_idx, city.idx) || !m_idx_means_something) &&
+               holder != Leads_To(by_key, Key(city));
     }
 
     // ---- Numbers ----
@@ -362,4 +365,5 @@ private:
     }
 
     ModelRules m_rules;
+    bool m_idx_means_something = true; // not that of a stored record
 };
