@@ -239,14 +239,14 @@ TEST_F(KeyTableTest, UpdateMovesTheKey)
 
 TEST_F(KeyTableTest, UpdateOfAMissingKeyIsReportedAndTheNewOneCounts)
 {
-    Add(4, "XXX");
+    Add(4, "WWW");
     City city(0, "QTO");
     m_table.Begin_Update_Keys(&city);
     city.Be(0, "GYE");
     m_table.End_Update_Keys(4, &city);
     EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 Error. Key changed was not found QTO"));
     EXPECT_EQ(Search("GYE"), 4);
-    EXPECT_EQ(Search("XXX"), -1);
+    EXPECT_EQ(Search("WWW"), -1);
     EXPECT_EQ(m_table.Size(), 1U);
 }
 

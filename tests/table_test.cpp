@@ -145,10 +145,10 @@ TEST_F(OneKey, TheOldestFreePositionIsReusedAndNotTheOneJustFreed)
     Delete(m_table, 1);
     EXPECT_EQ(Insert(m_table, 3, "CCC").m_pos_in_table, 2);
     for (unsigned idx = 4; idx < 25; ++idx) {
-        EXPECT_EQ(Insert(m_table, 100, "XXX").m_pos_in_table, static_cast<int>(idx) - 1);
+        EXPECT_EQ(Insert(m_table, 100, "WWW").m_pos_in_table, static_cast<int>(idx) - 1);
         Delete(m_table, 100);
     }
-    EXPECT_EQ(Insert(m_table, 100, "XXX").m_pos_in_table, 0);
+    EXPECT_EQ(Insert(m_table, 100, "WWW").m_pos_in_table, 0);
 }
 
 TEST_F(OneKey, APositionThatIsReusedHoldsNothingOfTheRecordBefore)
@@ -268,9 +268,9 @@ TEST_F(OneKey, UpdateInPlaceToAnothersKeyRemovesThatOne)
 TEST_F(OneKey, UpdateOfARecordThatWasWrittenToUnderItsKeyTellsThatTheKeyIsMissing)
 {
     City& city = Insert(m_table, 1, "QTO");
-    city[CODIGO_3C_CITY].Set_Text("XXX");
+    city[CODIGO_3C_CITY].Set_Text("WWW");
     Update(m_table, 1, "CUE");
-    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 Error. Key changed was not found XXX"));
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 Error. Key changed was not found WWW"));
     EXPECT_THAT(Codes(m_table), ElementsAre("CUE"));
     EXPECT_EQ(By_Code(m_table, "CUE"), &city);
 }

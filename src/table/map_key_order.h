@@ -145,8 +145,9 @@ public:
 
     int Delete_But_Not_Idx_Record(REC* record)
     {
+        One::Delete_But_Not_Idx_Record(record);
         m_key2_mkt.Delete_Record(record->m_pos_in_table, record);
-        return One::Delete_But_Not_Idx_Record(record);
+        return 0;
     }
 
     [[nodiscard]] static constexpr int Get_Num_Keys() { return 2; }
