@@ -24,6 +24,7 @@
 
 namespace {
 
+using namespace reference_model;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 

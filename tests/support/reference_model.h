@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+namespace reference_model {
+
 using Parts = std::vector<std::string>; // bytes of a code, field by field
 
 // A kind of record: the type of its table, 0 if it needs no subscription, and the fields of its key.
@@ -128,3 +130,5 @@ inline CMessage* put(const ModelKind& kind, const Parts& code)
 {
     return put(*kind.make(), kind, code);
 }
+
+} // namespace reference_model
