@@ -197,7 +197,7 @@ TEST_F(ReferenceModel, KnowsAllReferencesThatFieldsOfClassesHave)
 
 TEST_F(ReferenceModel, EveryReferenceOfEveryClassAgreesInAllCircumstances)
 {
-    constexpr unsigned seeds = 64; // all circumstances four times
+    constexpr unsigned seeds = 32; // all circumstances twice
     for (const RecordClass& each : All_Record_Classes()) {
         for (const FieldPlace& place : each.layout().Fields()) {
             for (unsigned seed = 0; seed < seeds && reference_of(place.field_id) != nullptr; ++seed) {
@@ -305,7 +305,7 @@ private:
 
 TEST_F(ChatModel, ReceiversOfRandomBytesAgree)
 {
-    for (unsigned seed = 0; seed < 4000; ++seed) {
+    for (unsigned seed = 0; seed < 2000; ++seed) {
         random = Random(seed);
         Scramble();
         for (int i = 0; i < 50; ++i) {
@@ -461,7 +461,7 @@ private:
 
 TEST(TablesModel, WalksVisitTheSamePaths)
 {
-    for (unsigned seed = 0; seed < 200; ++seed) {
+    for (unsigned seed = 0; seed < 80; ++seed) {
         RandomTables tables(seed);
         const std::vector<std::string> expected = tables.Paths();
         const ReplicaLock lock;
@@ -473,7 +473,7 @@ TEST(TablesModel, WalksVisitTheSamePaths)
 
 TEST(TablesModel, AnyPathIsFoundAlike)
 {
-    for (unsigned seed = 0; seed < 100; ++seed) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
         RandomTables tables(seed);
         const ReplicaLock lock;
         for (int i = 0; i < 100; ++i) {

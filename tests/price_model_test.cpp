@@ -52,10 +52,10 @@ int model(const std::string& left, const std::string& right, char side, int meth
     return as_it_is ? order : -order;
 }
 
-TEST(PriceModel, AgreesOnAMillionPairsOfAllShapes)
+TEST(PriceModel, AgreesOnPairsOfAllShapes)
 {
     PriceTexts prices(1);
-    for (int i = 0; i < 250000; ++i) {
+    for (int i = 0; i < 50000; ++i) {
         const std::string left = prices.Any();
         const std::string right = prices.Below(3) == 0 ? left.substr(0, 15) + prices.Any().substr(15) : prices.Any();
         for (const char side : sides) {

@@ -1,5 +1,5 @@
 // Random sequences of changes on tables of each shape beside a model, compared as a whole after every step.
-// QAPI_MODEL_STEPS gives the number of steps if 20,000 are not enough.
+// QAPI_MODEL_STEPS gives the number of steps if 10,000 are not enough.
 #include "support/table_model.h"
 
 #include <gtest/gtest.h>
@@ -354,7 +354,7 @@ TYPED_TEST_SUITE(TableModelTest, Shapes);
 TYPED_TEST(TableModelTest, TableAgreesWithPlainMapsAfterEveryStep)
 {
     const char* wanted = std::getenv("QAPI_MODEL_STEPS");
-    const long steps = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 20'000;
+    const long steps = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 10'000;
     for (long step = 0; step < steps; ++step) {
         this->Do_Step();
         this->Compare();
