@@ -13,7 +13,6 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <future>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -173,13 +172,8 @@ TEST_F(TablesOfAConnection, AreCleanedWithoutAnObject)
 
 TEST_F(TablesOfAConnection, AreCleanedWhenNoHostThreadWorksOnAMailbox)
 {
-    std::promise<void> disconnected_told;
     std::atomic<bool> reader_ended = false;
-    host.in_callback = [&](const std::string& each) {
-        if (each == "status 20 Disconnected") {
-            disconnected_told.set_value();
-        }
-    };
+    Glb_Send_Mss->Collect(0, "an old order", 12, nullptr, nullptr);
     connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
     connection_says(TCP_SHUTTING_DOWN, "");
     std::unique_lock a_host_works(*The_Mailbox_Mutex);
@@ -187,11 +181,14 @@ TEST_F(TablesOfAConnection, AreCleanedWhenNoHostThreadWorksOnAMailbox)
         ReadingHost::Process_Messages(nullptr);
         reader_ended = true;
     });
-    disconnected_told.get_future().wait();
+    while (Glb_Send_Mss->Is_Any_Pkt() != 0) { // that goes first
+        std::this_thread::yield();
+    }
     for (int i = 0; i < 1000; ++i) { // the reader has all the time it wants, and can't get further
         std::this_thread::yield();
     }
     EXPECT_FALSE(reader_ended);
+    EXPECT_EQ(Glb_Proc_Flag % 16, 6U);
     EXPECT_EQ(TableWorld::Records_In(TableId::Glb_Chat_Message_Table), 1);
     a_host_works.unlock();
     reader.join();

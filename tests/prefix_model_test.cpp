@@ -77,7 +77,7 @@ private:
 
 // ---- All references of all classes -----------------------------------------------------------------------------
 
-// A record of random bytes, and one of its fields in circumstances that the seed's bits choose.
+// A record of random bytes, one of whose fields is followed. Bits of the seed tell what the tables have for it.
 class RandomReference
 {
 public:
