@@ -257,6 +257,7 @@ TEST_F(ExitTest, ExitInTheServerRoleLeftByForce)
             static TellingHost host; // its destructor runs at exit and joins what is left
             host.connect("127.0.0.1", 1);
             host.LogoutForce();
+            wait_for_worker_threads(1); // the log's, which calls nobody: a host that is being destroyed hears no more
             std::exit(9);
         },
         ExitedWithCode(9), "Waiting threads termination");
