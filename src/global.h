@@ -30,4 +30,5 @@ inline constexpr int TCP_SHUTTING_DOWN = 27;             // any ring: the thread
 inline constexpr int TCP_TICKING_MESSAGE = 29;           // a tick, if asked for
 inline constexpr int TCP_ERROR_EXTRA_TIME_SEND = 30;     // send time-out, extra time begun
 inline constexpr int TCP_ERROR_OUT_EXTRA_TIME_SEND = 31; // extra time, of either kind, ended by traffic
+inline constexpr int PRIMARY_TABLES_RECEIVED = 140;      // inbound ring: the last awaited table has arrived
 inline constexpr int TCP_BAD_DATA_RECEIVED = 5000;       // a frame's mark or length, an envelope or a time block is bad

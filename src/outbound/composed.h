@@ -1,0 +1,37 @@
+// The messages that a host composes: one object a kind, each with a buffer of its own. Three kinds are composed in
+// views of the reader (reader/views.h): a host that composes one of those writes into the buffer in which records
+// arrive. Composition stays in one thread at a time.
+#pragma once
+
+#include "process_lifetime.h"
+#include "records/orders.h"
+#include "records/prices.h"
+
+// Object, class.
+// clang-format off
+#define QAPI_COMPOSED(OBJECT) \
+    OBJECT(Glb_send_htramhoy_msg,               CMsgPrcMntTrans) \
+    OBJECT(Glb_send_order_msg,                  CMsgOrder) \
+    OBJECT(Glb_send_transmon_msg,               CMsgTransMon) \
+    OBJECT(Glb_send_mnt_trans_renta_fija_msg,   CMsgPrcMntTransRentaFija) \
+    OBJECT(Glb_send_tarnel_msg,                 CTarnelMsg) \
+    OBJECT(Glb_send_tarnelwh_msg,               CTarnelWhMsg) \
+    OBJECT(Glb_send_histmhoy_msg,               CMsgPrcMntHour) \
+    OBJECT(Glb_send_htramtermhoy_msg,           CMsgPrcMntHourTerm) \
+    OBJECT(Glb_send_average_puchase_price_msg,  CMsgAvgPurchasePrice) \
+    OBJECT(Glb_send_histmampmhoy_msg,           CMsgPrcMntHourAmPm) \
+    OBJECT(Glb_send_chat_msg,                   CMsgChat)
+// clang-format on
+
+#define QAPI_DECLARE(object, record) extern ProcessLifetime<record> object;
+QAPI_COMPOSED(QAPI_DECLARE)
+#undef QAPI_DECLARE
+
+// The message that is being composed, or to which a condition is being added; null before the first. Belongs to the
+// host.
+extern CMessage* Glb_cur_message_ptr;
+
+// Selects the message to compose by the name of its kind; an empty or null name keeps to the kind of the taken record.
+// `message_type_code`, if not null, receives the kind. Returns 0, 4 when nothing runs, or 15 for a kind that can't be
+// composed, which is reported.
+int Locate_Record(char* message_type, int* message_type_code);

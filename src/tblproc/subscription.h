@@ -1,0 +1,20 @@
+// How a client asks for tables, and how it learns that the primary ones have arrived. For the reader.
+#pragma once
+
+// Asks for all tables of a level: 213, then one table record a code, in ascending order. The primary level counts the
+// tables that it asks for.
+void TBLPROC_Send_Global_Tables_Subscription(int table_level);
+
+// The same for all tables at once, without a count, the list of servers first. Nothing in the library calls it.
+void TBLPROC_Send_Global_Tables_Subscription();
+
+// The count of primary tables that are awaited.
+void TBLPROC_Reset_Primary_Tables_Check();
+void TBLPROC_Register_Ref_Table(int table_type);
+
+// A table's end arrived. The last awaited one posts PRIMARY_TABLES_RECEIVED into the inbound ring, with the number of
+// the session's connection.
+void TBLPROC_Check_Referenced_Table(int table_type);
+
+// All primary tables are there: asks for the stored messages, tells the servers and the host. `session/ready.cpp`.
+void TBLPROC_Primary_Tables_Received();
