@@ -22,6 +22,7 @@ struct INFO_TABLE_CODE
 };
 
 // ---- Who the client is -----------------------------------------------------------------------------------------
+// A Login that is refused writes these two all the same, while threads run: use the two functions below.
 extern char Gbl_User_Name[10 + 1];
 extern char Glb_User_Key[16 + 1]; // password
 extern char Glb_Local_Machine[4 + 1];
@@ -29,6 +30,24 @@ extern char Glb_User_Code[4 + 1];
 extern char Gbl_Branch_Code[8 + 1];
 extern char Gbl_Oper_File_Version[90 + 1];
 extern char Glb_Esquema_Code[8 + 1];
+
+namespace qapi {
+
+struct Credentials
+{
+    std::string user_name;
+    std::string password;
+};
+
+// Any thread. What is null or empty stays as it was; what is too long is cut.
+void Take_Credentials(const char* user_name, const char* password);
+Credentials Copy_Credentials();
+
+} // namespace qapi
+
+using qapi::Copy_Credentials;
+using qapi::Credentials;
+using qapi::Take_Credentials;
 
 // ---- Which servers ---------------------------------------------------------------------------------------------
 extern char glb_dss[DCON_MAX_DS_SERVERS][4];

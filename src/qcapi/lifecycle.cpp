@@ -54,13 +54,6 @@ template <std::size_t Size> void copy_text(char (&target)[Size], const char* tex
     }
 }
 
-template <std::size_t Size> void copy_text_if_given(char (&target)[Size], const char* text)
-{
-    if (text != nullptr && *text != '\0') {
-        copy_text(target, text);
-    }
-}
-
 void post_stop(CMss_Arr& ring)
 {
     ring.Collect(TCP_SHUTTING_DOWN, nullptr, 0, nullptr, nullptr);
@@ -160,8 +153,7 @@ CQcApi::~CQcApi()
 
 int CQcApi::Login(char* user_name, char* password)
 {
-    copy_text_if_given(Gbl_User_Name, user_name);
-    copy_text_if_given(Glb_User_Key, password);
+    Take_Credentials(user_name, password);
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }

@@ -311,6 +311,8 @@ protected:
     int Read_Conf_File(char* path);
     int Read_Tmp_Conf_File(char* path);
     int Process_Tmp_Config_File();
+    /// Reports why a server refused a login. @return the code that its letter, of either case, stands for
+    int MakeLoginReportError(int letter);
     /// Formats an error text of at most 199 characters into a buffer of the calling thread.
     char* Get_Error_Text(const char* format, ...) __attribute__((format(printf, 2, 3)));
     /// Removes what must not outlive a connection: all received messages that wait for the host, and the tables that
