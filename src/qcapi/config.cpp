@@ -3,6 +3,7 @@
 
 #include "errors.h"
 #include "log.h"
+#include "mutex.h"
 #include "support.h"
 
 #include <algorithm>
@@ -21,6 +22,21 @@ char Glb_log_last_processed_message = 'L';
 int Glb_Language = 0;
 
 namespace {
+
+constinit Mutex identity_lock; // guards name and password while threads run
+
+template <std::size_t Size> void put_text(char (&target)[Size], const char* text)
+{
+    const MutexLock lock(identity_lock);
+    std::memset(target, 0, Size);
+    std::memcpy(target, text, strnlen(text, Size - 1));
+}
+
+template <std::size_t Size> std::array<char, Size> copy_of(const char (&text)[Size])
+{
+    const MutexLock lock(identity_lock);
+    return std::to_array(text);
+}
 
 void forget_last_reading()
 {
@@ -59,6 +75,26 @@ bool log_and_apply_line(ConfigFile& line)
 }
 
 } // namespace
+
+void CONF_Set_User_Name(const char* name)
+{
+    put_text(Gbl_User_Name, name);
+}
+
+void CONF_Set_Password(const char* password)
+{
+    put_text(Glb_User_Key, password);
+}
+
+std::array<char, 10 + 1> CONF_User_Name()
+{
+    return copy_of(Gbl_User_Name);
+}
+
+std::array<char, 16 + 1> CONF_Password()
+{
+    return copy_of(Glb_User_Key);
+}
 
 int CONF_Read_File(const char* path, std::string& error_text)
 {

@@ -7,6 +7,7 @@
 
 #include "global.h"
 
+#include <array>
 #include <atomic>
 #include <string>
 
@@ -22,8 +23,14 @@ struct INFO_TABLE_CODE
 };
 
 // ---- Who the client is -----------------------------------------------------------------------------------------
+// A Login that is refused takes name and password over all the same, while the reader of a running session may send
+// them: use the functions below while threads run.
 extern char Gbl_User_Name[10 + 1];
-extern char Glb_User_Key[16 + 1]; // password
+extern char Glb_User_Key[16 + 1];             // password
+void CONF_Set_User_Name(const char* name);    // cut, or padded with zeros
+void CONF_Set_Password(const char* password); // the same
+std::array<char, 10 + 1> CONF_User_Name();
+std::array<char, 16 + 1> CONF_Password();
 extern char Glb_Local_Machine[4 + 1];
 extern char Glb_User_Code[4 + 1];
 extern char Gbl_Branch_Code[8 + 1];

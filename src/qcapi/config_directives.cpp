@@ -33,6 +33,12 @@ template <auto& target> bool keep_text(const char* value, ConfigFile&)
     return true;
 }
 
+template <void (*set)(const char*)> bool hand_over(const char* value, ConfigFile&)
+{
+    set(value);
+    return true;
+}
+
 // A code is all of its bytes, however short its token is.
 template <auto& target> bool keep_code(const char* value, ConfigFile&)
 {
@@ -212,10 +218,10 @@ constexpr Directive directives[] = {
     {"user_code",                  keep_code<Glb_User_Code>},
     {"send_mode",                  keep_number<&DCON_DESCR::modesend>},
     {"use_ssl",                    keep_number<&DCON_DESCR::use_ssl>},
-    {"user_name",                  keep_text<Gbl_User_Name>},
-    {"username",                   keep_text<Gbl_User_Name>},
+    {"user_name",                  hand_over<CONF_Set_User_Name>},
+    {"username",                   hand_over<CONF_Set_User_Name>},
     {"branch_code",                keep_code<Gbl_Branch_Code>},
-    {"password",                   keep_text<Glb_User_Key>},
+    {"password",                   hand_over<CONF_Set_Password>},
     {"send_msg_delay_millisec",    send_msg_delay_millisec},
     {"log_last_processed_message", log_last_processed_message},
     {"testing_file",               testing_file},

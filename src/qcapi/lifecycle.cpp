@@ -9,6 +9,7 @@
 #include "config.h"
 #include "lifecycle_gate.h"
 #include "log.h"
+#include "outbound/send_queue.h"
 #include "prefix.h"
 #include "session.h"
 #include "support.h"
@@ -54,11 +55,9 @@ template <std::size_t Size> void copy_text(char (&target)[Size], const char* tex
     }
 }
 
-template <std::size_t Size> void copy_text_if_given(char (&target)[Size], const char* text)
+bool is_given(const char* text)
 {
-    if (text != nullptr && *text != '\0') {
-        copy_text(target, text);
-    }
+    return text != nullptr && *text != '\0';
 }
 
 void post_stop(CMss_Arr& ring)
@@ -83,6 +82,15 @@ void request_stop(int role)
         post_stop(*Glb_Recv_Mss);
         post_stop(*Glb_Send_Mss);
     }
+}
+
+// Only a session that logged in tells that it goes.
+void end_session(int role)
+{
+    if (role == QAPI_INITIALIZED) {
+        Send_Offline();
+    }
+    request_stop(role);
 }
 
 std::array<Worker_Thread*, 4> workers()
@@ -160,8 +168,12 @@ CQcApi::~CQcApi()
 
 int CQcApi::Login(char* user_name, char* password)
 {
-    copy_text_if_given(Gbl_User_Name, user_name);
-    copy_text_if_given(Glb_User_Key, password);
+    if (is_given(user_name)) {
+        CONF_Set_User_Name(user_name);
+    }
+    if (is_given(password)) {
+        CONF_Set_Password(password);
+    }
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }
@@ -254,7 +266,7 @@ int CQcApi::Logout()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
@@ -270,7 +282,7 @@ int CQcApi::LogoutForce()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     Glb_Log_Flag = 0;
     return 0;
 }
@@ -316,7 +328,7 @@ void CQcApi::Stop_At_Exit()
     }
     const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does
     if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
-        request_stop(role);
+        end_session(role);
     }
     THRCT_Wait_Without_Notice();
     if (may_join) {
