@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-constinit ProcessLifetime<ReceiveBuffer> The_Receive_Buffer([] { return new ReceiveBuffer; });
+constinit ProcessLifetime<ReceiveBuffer> qapi::The_Receive_Buffer([] { return new ReceiveBuffer; });
 
 char* Glb_cur_msg_buffer()
 {
