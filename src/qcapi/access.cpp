@@ -1,7 +1,6 @@
 // Received messages as the host reads them: take, read by name, finish.
 #include "qcapi.h"
 
-#include "config.h"
 #include "log.h"
 #include "message_names.h"
 #include "support.h"
@@ -127,20 +126,4 @@ int CQcApi::IsDefined(char* /*field_name*/)
 {
     report_no_record();
     return 0;
-}
-
-int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* /*cond_operation*/, char* /*eq_value*/)
-{
-    if (kind_of(message_type).number == 0) {
-        return report_illegal_type(message_type);
-    }
-    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "%s (%s) in %s message",
-                              QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED_TXT, field_name != nullptr ? field_name : "",
-                              message_type);
-    return QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED;
-}
-
-int CQcApi::FitConditions(int message_t, CMessage* /*message*/)
-{
-    return message_t >= 0 && message_t < MAX_SUSCRIBED_MESSAGES && Glb_suscribed_message[message_t] != 0 ? 1 : 0;
 }

@@ -10,6 +10,7 @@
 #include "lifecycle_gate.h"
 #include "log.h"
 #include "prefix.h"
+#include "reader/conditions.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
@@ -128,7 +129,7 @@ void tell_host_of_report(int code, char* text)
 
 } // namespace
 
-CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex)
+CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex), m_fit_fields(*The_Conditions)
 {
     if (This_Worker() == nullptr) {
         const LifecycleStretch stretch(Lifecycle_Gate->enter());
@@ -260,6 +261,7 @@ int CQcApi::Logout()
     Glb_Log_Flag = 0;
     CONF_Release_Replay_Texts();
     LOG_End();
+    m_fit_fields.EraseAll();
     return 0;
 }
 
