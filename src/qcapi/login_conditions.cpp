@@ -3,6 +3,7 @@
 
 #include "errors.h"
 #include "message_names.h"
+#include "message_numbers.h"
 #include "outbound/composed.h"
 #include "reader/conditions.h"
 #include "reader/taken_record.h"
@@ -111,6 +112,30 @@ CField* find_field(CMessage& record, const char* field_name)
     return record.Find_Field(field_name);
 }
 
+bool has_field(CMessage& record, const char* field_name)
+{
+    return find_field(record, field_name) != nullptr;
+}
+
+// A chat says how many receivers it has, and whether they are users, branches or markets: what fits one chat will do.
+bool can_have_field(const ConditionedKind& kind, const char* field_name)
+{
+    const auto record = kind.new_record();
+    if (has_field(*record, field_name)) {
+        return true;
+    }
+    if (kind.number != MSS_CHAT) {
+        return false;
+    }
+    constexpr int most_receivers = 200;
+    constexpr std::array receivers{"U", "S", "M"};
+    (*record)[NUMERO_RECEPTORES_CHAT] = most_receivers;
+    return std::any_of(receivers.begin(), receivers.end(), [&](const char* type) {
+        (*record)[TIPO_RECEPTORES_CHAT] = type;
+        return has_field(*record, field_name);
+    });
+}
+
 } // namespace
 
 int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value)
@@ -128,9 +153,8 @@ int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* cond_o
         m_fit_fields.Add(nullptr, kind->number, cond_operation, field_name, *field_name != '\0' ? 1 : 0);
         return 0;
     }
-    const auto record = kind->is_view ? kind->new_record() : nullptr;
-    CField* field = find_field(record != nullptr ? *record : object, field_name);
-    if (field == nullptr) {
+    CField* field = kind->is_view ? nullptr : find_field(object, field_name);
+    if (kind->is_view ? !can_have_field(*kind, field_name) : field == nullptr) {
         return report_unknown_field(field_name, kind->number);
     }
     const char* value = or_empty(eq_value);
