@@ -498,6 +498,21 @@ TEST_F(LoginConditionsTest, BothOfTwoOrTheSecondAlone)
     EXPECT_EQ(fits(order), 1);
 }
 
+TEST_F(LoginConditionsTest, GroupsAreJoinedInTheOrderOfTheirConnectives)
+{
+    add("Orden_Transaccion", "moneda", "=", "USD");
+    add("Orden_Transaccion", "usuario", "=", "U001");
+    add("Orden_Transaccion", "usuario", "=", "U002");
+    add("Orden_Transaccion", "|", "", "");
+    add("Orden_Transaccion", "&", "", "");
+    receive<CMsgOrder>({{MONEDA, "USD"}, {USUARIO, "U001"}});
+    EXPECT_EQ(fits(order), 1);
+    receive<CMsgOrder>({{MONEDA, "USD"}, {USUARIO, "U003"}});
+    EXPECT_EQ(fits(order), 0);
+    receive<CMsgOrder>({{MONEDA, "EUR"}, {USUARIO, "U002"}});
+    EXPECT_EQ(fits(order), 0);
+}
+
 TEST_F(LoginConditionsTest, OnlyTheFirstCharacterOfAConnectiveCounts)
 {
     EXPECT_EQ(add("Chat", "texto", "like", "no"), 0);

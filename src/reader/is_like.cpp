@@ -66,7 +66,7 @@ bool is_like(std::string_view field, std::string_view pattern)
             pattern.remove_prefix(taken);
             continue;
         }
-        if (!met_run || field_of_run.size() == 1) {
+        if (!met_run) {
             return false;
         }
         field_of_run.remove_prefix(1);
