@@ -257,19 +257,3 @@ int CQcApi::IsDefined(char* field_name)
     }
     return 1;
 }
-
-int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* /*cond_operation*/, char* /*eq_value*/)
-{
-    if (Kind_Of(message_type).number == 0) {
-        return report_illegal_type(message_type);
-    }
-    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "%s (%s) in %s message",
-                              QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED_TXT, field_name != nullptr ? field_name : "",
-                              message_type);
-    return QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED;
-}
-
-int CQcApi::FitConditions(int message_t, CMessage* message)
-{
-    return Is_Wanted(message_t, message);
-}

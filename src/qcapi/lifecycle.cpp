@@ -11,6 +11,7 @@
 #include "log.h"
 #include "outbound/send_queue.h"
 #include "prefix.h"
+#include "reader/conditions.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
@@ -131,7 +132,7 @@ void tell_host_of_report(int code, char* text)
 
 } // namespace
 
-CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex)
+CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex), m_fit_fields(*The_Conditions)
 {
     if (This_Worker() == nullptr) {
         const LifecycleStretch stretch(Lifecycle_Gate->enter());
@@ -262,6 +263,7 @@ int CQcApi::Logout()
     Glb_Log_Flag = 0;
     CONF_Release_Replay_Texts();
     LOG_End();
+    m_fit_fields.EraseAll();
     return 0;
 }
 

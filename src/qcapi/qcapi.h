@@ -29,6 +29,7 @@ inline constexpr int QAPI_NOT_INITIALIZED = 0;
 inline constexpr int QAPI_INITIALIZED = 1;       // by Login
 inline constexpr int QAPI_INITIALIZED_AS_DS = 2; // by Connect
 
+class CFitFields;
 class CMessage;
 class CQcApi;
 
@@ -251,11 +252,19 @@ public:
     // ---- Conditions on received messages -------------------------------------------------------------------------
 
     /**
-     * @brief Adds a condition that received messages of a kind must meet; before Login, and until Logout.
+     * @brief Adds a condition on the received messages of a kind: one that doesn't meet them never reaches the host,
+     *        and counts as done.
+     *
+     * Conditions are evaluated in the order in which they were added, comparisons first and the connective behind
+     * them: a, b, "&". Without a connective the last one alone decides. They hold until Logout, over reconnections and
+     * LogoutForce; add them before Login, or from any thread while messages come. Conditions on Tarnel and TarnelWh
+     * look at the message of that kind that the host composes, not at the received one.
+     *
      * @param message_type   name of the kind
-     * @param field_name     field to compare, or "&" or "|" to join the two results before it
-     * @param cond_operation "==", "=", "like" or "not like", any case
-     * @param eq_value       text to compare with
+     * @param field_name     path of the field to compare, any case; or "&" or "|", which join the two results before
+     * @param cond_operation "==" or "=", "like", "not like", any case; anything else never holds
+     * @param eq_value       text to compare with; of like: % is any run of characters, * and _ one, [abc] one of a set.
+     *                       One that begins with & or | makes the condition that connective
      * @return 0, 15 for an unknown kind, 16 for an unknown field; both are also reported
      */
     int AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value);
@@ -333,4 +342,5 @@ private:
     std::string last_error_msg;       // text of the last failure of Initialize or of the configuration readers
     std::mutex& mutex_lock;           // guards the mailboxes; lives as long as the process
     qapi::Master_Mutex& master_mutex; // one callback at a time; lives as long as the process
+    CFitFields& m_fit_fields;         // conditions on received messages; lives as long as the process
 };

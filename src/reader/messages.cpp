@@ -95,13 +95,7 @@ bool is_accepted(int number, CMessage& record, char* extra)
         LOG_Text("It was already processed ");
         return false;
     }
-    const char* header = record[CABEZA].Get_Ptr();
-    if (Is_Wanted(number, &record) == 0) {
-        LOG_Update_Last_Proc_Message(header, 0);
-        return false;
-    }
-    LOG_Register_Record(header);
-    return true;
+    return Fit_Conditions(number, &record) != 0;
 }
 
 const char* name_of(const MessageRow& row, CMessage& record)
@@ -211,12 +205,6 @@ void qapi::Act_On_Message(int number, const ReceivedMessage& message)
     } else {
         act_on_step(number, message);
     }
-}
-
-int qapi::Is_Wanted(int number, CMessage* message)
-{
-    const bool subscribed = number >= 0 && number < MAX_SUSCRIBED_MESSAGES && Glb_suscribed_message[number] != 0;
-    return subscribed && The_Conditions->FitConditions(number, message) != 0 ? 1 : 0;
 }
 
 int GlobalTables_SendTo_MessageReceived(int i_op)

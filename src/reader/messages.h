@@ -20,13 +20,9 @@ struct ReceivedMessage
 // A client's message: acted on by its number, or dropped.
 void Act_On_Message(int number, const ReceivedMessage& message);
 
-// 1 if messages of this number are subscribed and the conditions accept this one, else 0.
-int Is_Wanted(int number, CMessage* message);
-
 } // namespace qapi
 
 using qapi::Act_On_Message;
-using qapi::Is_Wanted;
 using qapi::ReceivedMessage;
 
 // 1 for the operations of table records that hosts hear of: insert, update, copy, delete.
