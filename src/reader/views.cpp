@@ -2,7 +2,7 @@
 
 #include "field/field.h"
 
-constinit ProcessLifetime<ReceiveBuffer> The_Receive_Buffer([] { return new ReceiveBuffer; });
+constinit ProcessLifetime<ReceiveBuffer> qapi::The_Receive_Buffer([] { return new ReceiveBuffer; });
 
 char* Glb_cur_msg_buffer()
 {
