@@ -151,7 +151,7 @@ void qapi::Send_Composed(CMessage& message)
 
 void COMMON_Init()
 {
-    calc_set_precision(16, 8);
+    calc_set_precision(COMMON_CALC_INT, COMMON_CALC_DEC);
     const OutboundLock lock;
     glb_cabeza_dfn = {};
     std::memcpy(glb_cabeza_dfn.codigo_primaryuser, Glb_Local_Machine, sizeof glb_cabeza_dfn.codigo_primaryuser);
