@@ -17,6 +17,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 
 using namespace qapi;
 
@@ -26,7 +27,8 @@ constexpr int send_priority = 60;
 constexpr int record_room = MESSAGE_TRANS_RECORD_SIZE - HEAD_FIX_DATA_LEN - ENVELOPE_TAIL_LEN; // groups and message
 
 constinit MON_MESS_DESTR COM_msg_area GUARDED_BY(The_Outbound_Mutex){};
-constinit std::atomic<unsigned> session_connection{0}; // changes under The_Outbound_Mutex
+constinit std::optional<unsigned> stamped_second GUARDED_BY(The_Outbound_Mutex); // whose time is in the template
+constinit std::atomic<unsigned> session_connection{0};                           // changes under The_Outbound_Mutex
 
 // ---- Stamp -----------------------------------------------------------------------------------------------------
 
@@ -41,10 +43,20 @@ void put_server_code() REQUIRES(The_Outbound_Mutex)
     std::memcpy(glb_cabeza_dfn.codigo_dataserver, *glb_ds_dest + 2, sizeof glb_cabeza_dfn.codigo_dataserver);
 }
 
-void stamp() REQUIRES(The_Outbound_Mutex)
+// The calendar is asked once a second: that is most of what a stamp costs.
+void put_time() REQUIRES(The_Outbound_Mutex)
 {
     static_assert(offsetof(CABEZA_DFN, fecha) == offsetof(CABEZA_DFN, hora) + sizeof CABEZA_DFN::hora);
-    COMMON_Get_Current_time(template_bytes() + offsetof(CABEZA_DFN, hora)); // the date stands behind the hour
+    const unsigned now = COMMON_GetTime();
+    if (stamped_second != now) {
+        COMMON_Get_Current_time(template_bytes() + offsetof(CABEZA_DFN, hora)); // the date stands behind the hour
+        stamped_second = now;
+    }
+}
+
+void stamp() REQUIRES(The_Outbound_Mutex)
+{
+    put_time();
     glb_cabeza_dfn.numero_remitente = 0;
     glb_cabeza_dfn.numero_dataserver = 0;
     put_server_code();
@@ -151,9 +163,10 @@ void qapi::Send_Composed(CMessage& message)
 
 void COMMON_Init()
 {
-    calc_set_precision(16, 8);
+    calc_set_precision(COMMON_CALC_INT, COMMON_CALC_DEC);
     const OutboundLock lock;
     glb_cabeza_dfn = {};
+    stamped_second.reset();
     std::memcpy(glb_cabeza_dfn.codigo_primaryuser, Glb_Local_Machine, sizeof glb_cabeza_dfn.codigo_primaryuser);
     std::memcpy(glb_cabeza_dfn.usuario, Glb_User_Code, sizeof glb_cabeza_dfn.usuario);
     std::memcpy(glb_cabeza_dfn.sucursal, Gbl_Branch_Code, sizeof glb_cabeza_dfn.sucursal);

@@ -14,8 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <ctime>
 #include <limits>
 #include <span>
 
@@ -101,33 +99,17 @@ int number_in_market(int market)
     return std::find(listed.begin(), listed.end(), market) != listed.end() ? Glb_Message_Code : MSS_ORDEN;
 }
 
-struct LocalTime
-{
-    std::array<char, 8 + 1> date{};
-    std::array<char, 6 + 1> hour{};
-};
-
-LocalTime local_time()
-{
-    const auto now = static_cast<std::time_t>(COMMON_GetTime());
-    std::tm local{};
-    localtime_r(&now, &local);
-    LocalTime time;
-    std::strftime(time.date.data(), time.date.size(), "%Y%m%d", &local);
-    std::strftime(time.hour.data(), time.hour.size(), "%H%M%S", &local);
-    return time;
-}
-
 // An order keeps its own envelope, so who sends it and when is written there.
 void sign(CMessage& order)
 {
-    const LocalTime time = local_time();
+    std::array<char, 14> now{}; // HHMMSSYYYYMMDD
+    COMMON_Get_Current_time(now.data());
     order[MSG_NUMBER_FIELD] = number_in_market(order[MERCADO]);
     order[CODIGO_PRIMARYUSER] = Glb_Local_Machine;
     order[USUARIO] = Glb_User_Code;
     order[CODIGO_INSTITUCION] = Gbl_Branch_Code;
-    order[FECHA] = time.date.data();
-    order[HORA] = time.hour.data();
+    order[FECHA] = now.data() + 6;
+    order[HORA] = now.data();
 }
 
 // Table records have no envelope to write it into.

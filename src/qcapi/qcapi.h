@@ -210,38 +210,58 @@ public:
     int IsDefined(char* field_name);
 
     // ---- Messages to send ----------------------------------------------------------------------------------------
-    // In this version a session doesn't log in to its server and no message can be composed: the operations that want
-    // one return 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name
-    // keeps to the kind of the taken record.
+    // One message is composed at a time, in one thread: InitMessage, any number of SetField..., SendMessageTo for an
+    // order, SendMessage. `message_type` names the kind; an empty or null name keeps to the kind of the taken record.
+    //
+    // Orders (Orden_Transaccion, Orden_Transaccion_RFQ), Tarnel, TarnelWh, Chat and the table kinds leave. All other
+    // kinds that can be composed go nowhere, although SendMessage returns 0. The table kinds, Historia_Posturas and
+    // Fin_Transaccion are composed in the buffer in which received records arrive: compose those only while nothing is
+    // received.
 
     /**
-     * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record.
-     * @return 0, 4 when nothing runs, 15 for a name that can't be composed (also reported)
+     * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record. Forgets the
+     *        addressees of SendMessageTo.
+     *
+     * Reply before you finish: FinishMessageProcess takes the record away.
+     *
+     * @return 0, 4 when nothing runs, 15 for a name that can't be composed (also reported), or if no record is taken
      */
     int InitMessage(char* message_type);
 
     /**
-     * @brief Sets a field from text.
-     * @param new_value as many bytes as the field is long are read from it, whatever its terminator says
+     * @brief Sets a field from text: as many bytes as the field is long are read from new_value, whatever its
+     *        terminator says.
+     * @param field_name path of the field, any case; a field of another record, to which a path leads, can't be set
+     * @param new_value  null empties the field
      * @return 0, 4, 15, or 16 for a field that the message does not have (also reported)
      */
     int SetFieldBSTR(char* message_type, char* field_name, char* new_value);
     /// Sets a date field from 8 characters YYYYMMDD. @return as SetFieldBSTR
     int SetFieldDATE(char* message_type, char* field_name, char* new_value);
-    /// Sets a field from a number of at most 32 bits. @return as SetFieldBSTR
+    /// Sets a field from a number. One that doesn't fit 32 bits is reported and leaves the field, with 16.
+    /// @return as SetFieldBSTR
     int SetFieldLONG(char* message_type, char* field_name, long new_value);
     /// Sets a field from an unsigned number. @return as SetFieldBSTR
     int SetFieldUINT(char* message_type, char* field_name, unsigned int new_value);
 
     /**
-     * @brief Stamps the message and queues it; waits first if send_msg_delay_millisec asks for a pause.
-     * @return 0, 4 or 15. It says nothing about the network: what is queued when a connection closes is dropped.
+     * @brief Stamps the message and queues it. Sleeps first, in the calling thread, if send_msg_delay_millisec asks
+     *        for a pause since the last one.
+     *
+     * An order gets machine, user, institution, date and hour of this client, and its number follows from its market
+     * (use_msg_code); it goes to the addressees of SendMessageTo and to the data managers. In all other messages the
+     * whole envelope is replaced, what was set in it is lost. A chat longer than a record of 3300 bytes is cut, which
+     * is reported.
+     *
+     * @return 0, 4 or 15. It says nothing about the network: what is queued when a connection closes is dropped, and
+     *         so is what is sent while there is none, or before the login of a new one has been sent.
      */
     int SendMessage(char* message_type);
 
     /**
-     * @brief Adds an addressee of the next order.
-     * @param address_data two characters of identifier, then the name; 150 bytes for all of one message's
+     * @brief Adds an addressee of the next order. Other messages have receivers of their own, and drop it.
+     * @param address_data two characters of identifier, then the name; 150 bytes for all of one message's, terminators
+     *                     counted. One that doesn't fit, or has less than two characters, is reported and left out
      * @return 0, always
      */
     int SendMessageTo(char* address_data);
