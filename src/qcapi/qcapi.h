@@ -148,9 +148,15 @@ public:
     int LogoutForce();
 
     // ---- Received messages ---------------------------------------------------------------------------------------
+    // A record waits in its table from OnMessageReceived until it is finished, or until its connection closes: then all
+    // records that wait are removed, without a word, and repeats of them are refused until the next Login. Any thread,
+    // also inside the callback. One record is taken at a time, for the whole process: threads that read take turns.
 
     /**
      * @brief Selects a received record for the GetField operations. Copies nothing: the record stays in its table.
+     *
+     * Once the record is finished, or went with its connection, reads show what it last held, or another record that
+     * took its place. A number that is not found takes the last record away.
      * @param message_type any of the record's names, any case
      * @param message_num  the number that OnMessageReceived gave
      * @return 0, 4, 15 unknown name or one without a table, 18 no such record; 15 and 18 are also reported
@@ -159,26 +165,34 @@ public:
 
     /**
      * @brief Declares a received record done and removes it; the next session resumes behind it.
-     * @param message_type any of the record's names, any case
+     *
+     * A message that is not finished holds the number up from which the next session resumes. Who replies with a copy
+     * of the record does so first.
+     * @param message_type any of the record's names, any case; an empty one is unknown
      * @param message_num  the number that OnMessageReceived gave
-     * @return as TakeMessage; 0 for a table record that is already gone. Any thread.
+     * @return as TakeMessage; 0 for a table record that is already gone
      */
     int FinishMessageProcess(char* message_type, unsigned int message_num);
 
     /**
      * @brief Copies a field of the taken record.
-     * @param field_name path of the field, any case
+     *
+     * A name that the record doesn't have is reported with code 14, and so is a call without a taken record. "mercado",
+     * "clase_mensaje" and "bandera" of a chat are not reported.
+     * @param field_name path of the field, any case, at most 1023 characters: "precio"; "usuario.nombre_completo", a
+     *                   field of the record that the code names; "receptor[2]", an element
      * @param data_copy  receives the field's raw bytes and a zero; the caller's, one byte longer than the field
-     * @return the field's type, 0 on failure (data_copy is then empty)
+     * @return the field's type: 1 short, 2 unsigned short, 3 unsigned int, 4 number in digits, 5 decimal number in
+     *         digits, 6 text, 7 int, 8 date; binary numbers are little-endian. 0 on failure (data_copy is then empty).
      */
     int GetField(char* field_name, char* data_copy);
 
     /**
-     * @brief Walks the named fields of the taken record.
+     * @brief Walks the named fields of the taken record, and of the records that its codes name.
      * @param field_name starts as an empty text, receives each field's path and is passed in again; the caller's,
      *                   1024 bytes
      * @param data_copy  as in GetField
-     * @return the field's type, 0 at the end (data_copy is then empty)
+     * @return the field's type, 0 at the end, which is not reported (data_copy is then empty)
      */
     int GetNextField(char* field_name, char* data_copy);
 
@@ -186,7 +200,7 @@ public:
      * @brief Reads back a field of the message being composed.
      * @param field_name path of the field, any case
      * @param data_copy  not looked at
-     * @return the value as text, "" on failure; the library's, until the next call
+     * @return the value as text, binary numbers in digits; "" on failure. The library's, until the thread's next call.
      */
     char* GetSField(char* field_name, char* data_copy);
 
@@ -198,12 +212,14 @@ public:
 
     /**
      * @brief Copies a date field of the taken record.
-     * @param date_copy receives 8 bytes YYYYMMDD, without a zero; the caller's
+     * @param date_copy receives 8 bytes YYYYMMDD, without a zero; the caller's. Of a field that is shorter, what it
+     * has, and zeros.
      * @return 8, 0 on failure (date_copy is then untouched)
      */
     int GetFieldDATE(char* field_name, char* date_copy);
 
-    /// @return a field of the taken record as a number, 0 on failure
+    /// @return a field of the taken record as a number, 0 on failure. It comes through an int: an unsigned value above
+    ///         2147483647 is negative, where long has 64 bits too; static_cast<unsigned> gives it back.
     long GetFieldLONG(char* field_name);
 
     /// @return 1 if the taken record has the field, else 0, which is also reported
@@ -289,7 +305,8 @@ public:
      */
     int AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value);
 
-    /// @return 1 if a message of number `message_t` is wanted, else 0. For the reader thread.
+    /// @return 1 if messages of number `message_t` are subscribed and the conditions accept this one, which lies in the
+    ///         reader's buffer; else 0. For the reader thread.
     int FitConditions(int message_t, CMessage* message);
 
     // ---- Callback wrappers -----------------------------------------------------------------------------------------
