@@ -249,7 +249,8 @@ TEST_F(InboundTest, TheTraceHoldsTheLastEightSteps)
     connection_says(TCP_STATUS_OPEN_CONNECTION);
     connection_says(TCP_STATUS_CLOSED_CONNECTION);
     read(ReadingHost::Process_Messages);
-    EXPECT_EQ(Glb_Proc_Flag, 0x24126712U); // ...took, open told; waits, took, close told, tables cleaned; waits, took
+    EXPECT_EQ(Glb_Proc_Flag,
+              0x45126712U); // open told, login sent; waits, took, close told, tables cleaned; waits, took
 }
 
 TEST_F(InboundTest, MessagesAreCounted)

@@ -7,6 +7,7 @@
 
 #include "global.h"
 
+#include <array>
 #include <atomic>
 #include <string>
 

@@ -9,6 +9,7 @@
 #include "config.h"
 #include "lifecycle_gate.h"
 #include "log.h"
+#include "outbound/send_queue.h"
 #include "prefix.h"
 #include "session.h"
 #include "support.h"
@@ -76,6 +77,15 @@ void request_stop(int role)
         post_stop(*Glb_Recv_Mss);
         post_stop(*Glb_Send_Mss);
     }
+}
+
+// Only a session that logged in tells that it goes.
+void end_session(int role)
+{
+    if (role == QAPI_INITIALIZED) {
+        Send_Offline();
+    }
+    request_stop(role);
 }
 
 std::array<Worker_Thread*, 4> workers()
@@ -246,7 +256,7 @@ int CQcApi::Logout()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
@@ -262,7 +272,7 @@ int CQcApi::LogoutForce()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     Glb_Log_Flag = 0;
     return 0;
 }
@@ -308,7 +318,7 @@ void CQcApi::Stop_At_Exit()
     }
     const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does
     if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
-        request_stop(role);
+        end_session(role);
     }
     THRCT_Wait_Without_Notice();
     if (may_join) {

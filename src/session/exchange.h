@@ -32,6 +32,13 @@ int Report_Refusal(int letter);
 
 } // namespace qapi
 
+using qapi::Log_Began;
+using qapi::Log_Ended;
+using qapi::Login_Replied;
+using qapi::Primary_Tables_Arrived;
+using qapi::Report_Refusal;
+using qapi::Session_Opened;
+
 // To the server that the connection leads to; nothing while the first host has no address.
 void COMMON_Send_Login();
 void COMMON_Send_Log_Req();

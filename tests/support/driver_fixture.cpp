@@ -101,7 +101,7 @@ void DriverThreads::Join()
 void DriverThreads::Send(const std::string& message)
 {
     const std::string envelope = MakeEnvelope(message);
-    Glb_Send_Mss->Collect(0, envelope.data(), static_cast<int>(envelope.size()), nullptr, nullptr);
+    Glb_Send_Mss->Collect(0, envelope.data(), static_cast<int>(envelope.size()), nullptr, CMSS_NO_EXTRA.data());
 }
 
 TakenRecord DriverThreads::Next_Record()
