@@ -131,7 +131,7 @@ protected:
     }
 
     std::vector<Modelled> m_models{modelled(4, true),   modelled(9, true),   modelled(10, true), modelled(15, true),
-                                   modelled(16, false), modelled(17, false), modelled(22, true)};
+                                   modelled(16, false), modelled(17, false), modelled(12, true)};
     unsigned m_not_applied = 0;
     std::mt19937 m_random{20261122};
 };
