@@ -55,6 +55,30 @@ TEST_F(OpenConnectionTest, AnotherThreadMaySetTheTimeOutsOfAnOpenConnection)
     EXPECT_TRUE(peer.receive_frame().is_alive_signal());
 }
 
+TEST_F(OpenConnectionTest, TimeOutsOfAConnectionThatWentAreNotTheNextOnes)
+{
+    Connect();
+    peer.receive_frame();
+    Settle();
+    DCON_Set_Expire_Time(*descr, Connections() - 1, 40);
+    Step(12);
+    EXPECT_FALSE(peer.has_unread());
+    DCON_Set_Expire_Time(*descr, Connections(), 40);
+    Step(2);
+    EXPECT_TRUE(peer.receive_frame().is_alive_signal());
+}
+
+TEST_F(OpenConnectionTest, OnlyTheConnectionThatStandsIsRestarted)
+{
+    Connect();
+    peer.receive_frame();
+    Settle();
+    DCON_Restart_Connection(*descr, Connections() - 1);
+    EXPECT_EQ(descr->DCON_terminate, DCON_NEXT_STATE_VOID);
+    DCON_Restart_Connection(*descr, Connections());
+    EXPECT_EQ(peer.receive_until_closed(), "");
+}
+
 TEST_F(OpenConnectionTest, AnAliveSignalLeavesBehindTwentySilentSeconds)
 {
     Connect();
