@@ -23,9 +23,11 @@
     OBJECT(Glb_send_chat_msg,                   CMsgChat)
 // clang-format on
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a type
 #define QAPI_DECLARE(object, record) extern ProcessLifetime<record> object;
 QAPI_COMPOSED(QAPI_DECLARE)
 #undef QAPI_DECLARE
+// NOLINTEND(bugprone-macro-parentheses)
 
 // The message that is being composed, or to which a condition is being added; null before the first. Belongs to the
 // host.

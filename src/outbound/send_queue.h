@@ -74,3 +74,4 @@ using qapi::Open_Session;
 using qapi::OutboundLock;
 using qapi::Send_Offline;
 using qapi::Session_Connection;
+using qapi::The_Outbound_Mutex;
