@@ -3,6 +3,7 @@
 
 #include "errors.h"
 #include "log.h"
+#include "mutex.h"
 #include "support.h"
 
 #include <algorithm>
@@ -21,6 +22,17 @@ char Glb_log_last_processed_message = 'L';
 int Glb_Language = 0;
 
 namespace {
+
+constinit Mutex credentials_lock;
+
+// The spare zero at the target's end stays.
+template <std::size_t Size> void copy_if_given(char (&target)[Size], const char* text)
+{
+    if (text != nullptr && *text != '\0') {
+        std::memset(target, 0, Size);
+        std::memcpy(target, text, strnlen(text, Size - 1));
+    }
+}
 
 void forget_last_reading()
 {
@@ -85,4 +97,17 @@ char* tolowerstr(char* text)
 {
     std::transform(text, text + std::strlen(text), text, ascii_lower);
     return text;
+}
+
+void qapi::Take_Credentials(const char* user_name, const char* password)
+{
+    const MutexLock lock(credentials_lock);
+    copy_if_given(Gbl_User_Name, user_name);
+    copy_if_given(Glb_User_Key, password);
+}
+
+Credentials qapi::Copy_Credentials()
+{
+    const MutexLock lock(credentials_lock);
+    return {Gbl_User_Name, Glb_User_Key};
 }

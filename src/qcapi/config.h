@@ -7,6 +7,7 @@
 
 #include "global.h"
 
+#include <array>
 #include <atomic>
 #include <string>
 
@@ -22,6 +23,7 @@ struct INFO_TABLE_CODE
 };
 
 // ---- Who the client is -----------------------------------------------------------------------------------------
+// A Login that is refused writes these two all the same, while threads run: use the two functions below.
 extern char Gbl_User_Name[10 + 1];
 extern char Glb_User_Key[16 + 1]; // password
 extern char Glb_Local_Machine[4 + 1];
@@ -30,9 +32,29 @@ extern char Gbl_Branch_Code[8 + 1];
 extern char Gbl_Oper_File_Version[90 + 1];
 extern char Glb_Esquema_Code[8 + 1];
 
+namespace qapi {
+
+struct Credentials
+{
+    std::string user_name;
+    std::string password;
+};
+
+// Any thread. What is null or empty stays as it was; what is too long is cut.
+void Take_Credentials(const char* user_name, const char* password);
+Credentials Copy_Credentials();
+
+} // namespace qapi
+
+using qapi::Copy_Credentials;
+using qapi::Credentials;
+using qapi::Take_Credentials;
+
 // ---- Which servers ---------------------------------------------------------------------------------------------
+// The servers' list of themselves may add to it while threads run: the reader writes an entry and then counts it, so
+// whoever looks at no more than it counted sees whole ones. No entry changes.
 extern char glb_dss[DCON_MAX_DS_SERVERS][4];
-extern int glb_dss_counter;
+extern std::atomic<int> glb_dss_counter;
 
 // ---- Which messages and tables ---------------------------------------------------------------------------------
 extern int Glb_Markets_Code[MAX_NUM_MARKETS_CODE];

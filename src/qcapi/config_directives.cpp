@@ -33,6 +33,18 @@ template <auto& target> bool keep_text(const char* value, ConfigFile&)
     return true;
 }
 
+bool user_name(const char* value, ConfigFile&)
+{
+    Take_Credentials(value, nullptr);
+    return true;
+}
+
+bool password(const char* value, ConfigFile&)
+{
+    Take_Credentials(nullptr, value);
+    return true;
+}
+
 // A code is all of its bytes, however short its token is.
 template <auto& target> bool keep_code(const char* value, ConfigFile&)
 {
@@ -212,10 +224,10 @@ constexpr Directive directives[] = {
     {"user_code",                  keep_code<Glb_User_Code>},
     {"send_mode",                  keep_number<&DCON_DESCR::modesend>},
     {"use_ssl",                    keep_number<&DCON_DESCR::use_ssl>},
-    {"user_name",                  keep_text<Gbl_User_Name>},
-    {"username",                   keep_text<Gbl_User_Name>},
+    {"user_name",                  user_name},
+    {"username",                   user_name},
     {"branch_code",                keep_code<Gbl_Branch_Code>},
-    {"password",                   keep_text<Glb_User_Key>},
+    {"password",                   password},
     {"send_msg_delay_millisec",    send_msg_delay_millisec},
     {"log_last_processed_message", log_last_processed_message},
     {"testing_file",               testing_file},

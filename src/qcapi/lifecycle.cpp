@@ -9,6 +9,7 @@
 #include "config.h"
 #include "lifecycle_gate.h"
 #include "log.h"
+#include "outbound/send_queue.h"
 #include "prefix.h"
 #include "reader/conditions.h"
 #include "session.h"
@@ -55,13 +56,6 @@ template <std::size_t Size> void copy_text(char (&target)[Size], const char* tex
     }
 }
 
-template <std::size_t Size> void copy_text_if_given(char (&target)[Size], const char* text)
-{
-    if (text != nullptr && *text != '\0') {
-        copy_text(target, text);
-    }
-}
-
 void post_stop(CMss_Arr& ring)
 {
     ring.Collect(TCP_SHUTTING_DOWN, nullptr, 0, nullptr, nullptr);
@@ -84,6 +78,15 @@ void request_stop(int role)
         post_stop(*Glb_Recv_Mss);
         post_stop(*Glb_Send_Mss);
     }
+}
+
+// Only a session that logged in tells that it goes.
+void end_session(int role)
+{
+    if (role == QAPI_INITIALIZED) {
+        Send_Offline();
+    }
+    request_stop(role);
 }
 
 std::array<Worker_Thread*, 4> workers()
@@ -161,8 +164,7 @@ CQcApi::~CQcApi()
 
 int CQcApi::Login(char* user_name, char* password)
 {
-    copy_text_if_given(Gbl_User_Name, user_name);
-    copy_text_if_given(Glb_User_Key, password);
+    Take_Credentials(user_name, password);
     if (initialize_flag != QAPI_NOT_INITIALIZED || This_Worker() != nullptr) {
         return Report_Already_Initialized();
     }
@@ -255,7 +257,7 @@ int CQcApi::Logout()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
@@ -272,7 +274,7 @@ int CQcApi::LogoutForce()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     Glb_Log_Flag = 0;
     return 0;
 }
@@ -318,7 +320,7 @@ void CQcApi::Stop_At_Exit()
     }
     const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does
     if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
-        request_stop(role);
+        end_session(role);
     }
     THRCT_Wait_Without_Notice();
     if (may_join) {

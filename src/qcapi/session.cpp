@@ -86,6 +86,11 @@ Worker_Thread* qapi::This_Worker()
     return this_worker;
 }
 
+void qapi::Trace_Step(unsigned digit)
+{
+    Glb_Proc_Flag.store(Glb_Proc_Flag.load(std::memory_order_relaxed) * 16 + digit, std::memory_order_relaxed);
+}
+
 bool qapi::Is_Master_Thread()
 {
     return this_thread_number() == glb_master_thread;

@@ -45,6 +45,9 @@ void Be_Master_Thread();
 extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
 extern ProcessLifetime<std::mutex> The_Mailbox_Mutex;
 
+// Adds a step to Glb_Proc_Flag. For the reader.
+void Trace_Step(unsigned digit);
+
 // Brings a connection descriptor to its state before any configuration: the rings, and no host.
 void Prepare_Connection(DCON_DESCR& descr);
 
@@ -64,6 +67,7 @@ using qapi::Start_Worker;
 using qapi::The_Mailbox_Mutex;
 using qapi::The_Master_Mutex;
 using qapi::This_Worker;
+using qapi::Trace_Step;
 using qapi::Worker_Thread;
 
 extern Worker_Thread glb_thread_log;

@@ -33,7 +33,7 @@ CFitFields* conditions_and_views()
 
 } // namespace
 
-constinit ProcessLifetime<CFitFields> The_Conditions(conditions_and_views);
+constinit ProcessLifetime<CFitFields> qapi::The_Conditions(conditions_and_views);
 
 namespace {
 

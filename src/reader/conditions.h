@@ -79,7 +79,10 @@ private:
 };
 
 // The conditions of the process. Logout erases them.
+namespace qapi {
 extern ProcessLifetime<CFitFields> The_Conditions;
+}
+using qapi::The_Conditions;
 
 // 1 if the `f_len` bytes (up to the first zero) match the pattern: * and _ stand for one character, % for any run of
 // them, [abc] and [^abc] for one of a set.

@@ -61,7 +61,10 @@
 // clang-format on
 
 // The buffer, which holds one record and zeros behind it, and its bytes.
+namespace qapi {
 extern ProcessLifetime<ReceiveBuffer> The_Receive_Buffer;
+}
+using qapi::The_Receive_Buffer;
 char* Glb_cur_msg_buffer();
 
 #define QAPI_DECLARE(view, record) extern ProcessLifetime<record> view;

@@ -77,6 +77,22 @@ void DCON_Set_Expire_Time(DCON_DESCR& descr, unsigned short seconds)
     descr.DWsock.SetExpireTime(seconds);
 }
 
+void DCON_Set_Expire_Time(DCON_DESCR& descr, unsigned connection, unsigned short seconds)
+{
+    const TransportLock lock(descr.DCON_lock);
+    if (descr.DWsock.Connection_Number() == connection) {
+        descr.DWsock.SetExpireTime(seconds);
+    }
+}
+
+void DCON_Restart_Connection(DCON_DESCR& descr, unsigned connection)
+{
+    const TransportLock lock(descr.DCON_lock);
+    if (descr.DWsock.Connection_Number() == connection && descr.DWsock.GetState() == CONN_STATE_OPENED) {
+        DCON_Request(descr, DCON_NEXT_STATE_RESTART);
+    }
+}
+
 void DCON_Compression_Test(DCON_DESCR& descr, const char* data, unsigned short len)
 {
     const TransportLock lock(descr.DCON_lock);

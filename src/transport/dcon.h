@@ -147,8 +147,13 @@ void DCON_Request(DCON_DESCR& descr, int request);
 // Before the threads of a session start, in the thread that starts them.
 void DCON_Clear_Request(DCON_DESCR& descr);
 
-// Sets the time-outs of the open connection and of those behind it; from any thread.
+// Asks for a restart if this connection still stands; from any thread.
+void DCON_Restart_Connection(DCON_DESCR& descr, unsigned connection);
+
+// Sets the time-outs of the open connection and of those behind it, the second form only if it is still this one; from
+// any thread.
 void DCON_Set_Expire_Time(DCON_DESCR& descr, unsigned short seconds);
+void DCON_Set_Expire_Time(DCON_DESCR& descr, unsigned connection, unsigned short seconds);
 
 void* DCON_Init(void* descr);    // thread function of the connection thread
 void* DCON_Do_Send(void* descr); // thread function of the sender thread

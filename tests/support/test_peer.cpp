@@ -285,17 +285,34 @@ WireFrame TestPeer::receive_frame()
 WireEnvelope TestPeer::receive_message()
 {
     for (;;) {
-        const WireFrame frame = receive_frame();
-        if (frame.is_alive_signal()) {
-            ++m_alive_signals;
-            continue;
+        if (auto message = Message_In(receive_frame())) {
+            return *std::move(message);
         }
-        WireEnvelope envelope = TakeEnvelope(decoder.Decode(frame));
-        if (!envelope.message.starts_with(clock_check_number)) {
-            return envelope;
-        }
-        Answer_Clock_Check(std::move(envelope));
     }
+}
+
+std::optional<WireEnvelope> TestPeer::receive_message_if_any()
+{
+    while (has_unread()) {
+        if (auto message = Message_In(receive_frame())) {
+            return message;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<WireEnvelope> TestPeer::Message_In(const WireFrame& frame)
+{
+    if (frame.is_alive_signal()) {
+        ++m_alive_signals;
+        return std::nullopt;
+    }
+    WireEnvelope envelope = TakeEnvelope(decoder.Decode(frame));
+    if (!envelope.message.starts_with(clock_check_number)) {
+        return envelope;
+    }
+    Answer_Clock_Check(std::move(envelope));
+    return std::nullopt;
 }
 
 // Stamps stages 3 and 4 and sends the message home.

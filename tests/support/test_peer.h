@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -87,6 +88,9 @@ public:
     // The next message. Alive signals and clock checks are passed over and counted, and the checks answered.
     WireEnvelope receive_message();
 
+    // The same, of what is there already; none if that is no message. What has begun to arrive is waited for.
+    std::optional<WireEnvelope> receive_message_if_any();
+
     // All bytes up to the end of the connection, those ahead of it that no frame was made of included.
     std::string receive_until_closed();
     [[nodiscard]] bool was_reset() const { return m_was_reset; } // that is how it ended
@@ -106,6 +110,7 @@ public:
 private:
     void Begin(OwnedDescriptor connection);
     bool Read_More(); // false at the end
+    std::optional<WireEnvelope> Message_In(const WireFrame& frame);
     void Answer_Clock_Check(WireEnvelope check);
     [[nodiscard]] int Connection() const;
 
