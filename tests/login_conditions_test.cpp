@@ -629,6 +629,15 @@ TEST_F(ChatReceivers, APathThatOneSortOfReceiverHasIsTaken)
 
 // ---- Life ------------------------------------------------------------------------------------------------------
 
+TEST_F(LoginConditionsTest, AddingLeavesTheRecordInTheBufferAlone)
+{
+    receive<CMsgOrder>({});
+    for (const char* kind : {"Login", "Log_End", "Precios_Por_Hora", "Fin_Transaccion"}) {
+        EXPECT_EQ(add(kind, "&", "", ""), 0);
+        EXPECT_EQ(Received_Number(), order) << kind;
+    }
+}
+
 class ConditionsOfASession : public SessionTest
 {
 protected:

@@ -6,6 +6,7 @@
 #include "qcapi/log.h"
 #include "qcapi/support.h"
 #include "reader/processed_log.h"
+#include "reader/views.h"
 #include "tblproc/replica_lock.h"
 
 #include <algorithm>
@@ -18,7 +19,21 @@
 #include <optional>
 #include <utility>
 
-constinit ProcessLifetime<CFitFields> qapi::The_Conditions([] { return new CFitFields; });
+namespace {
+
+// Making a view writes the number of its class into the buffer. Hosts add conditions to views while the reader has a
+// message there, so the views are made with the conditions, which the first API object makes before any thread.
+CFitFields* conditions_and_views()
+{
+#define QAPI_MAKE(view, record) view.get();
+    QAPI_VIEWS(QAPI_MAKE)
+#undef QAPI_MAKE
+    return new CFitFields;
+}
+
+} // namespace
+
+constinit ProcessLifetime<CFitFields> qapi::The_Conditions(conditions_and_views);
 
 namespace {
 
