@@ -1,6 +1,7 @@
 // What a table message does: every type with every letter, the range, the list of servers, what is left alone.
 #include "tblproc/table_messages.h"
 
+#include "reader/processed_log.h"
 #include "support/recording_host.h"
 #include "support/table_message_fixture.h"
 #include "transport/dcon.h"
@@ -387,6 +388,27 @@ TEST_F(ServerList, DataServersJoinThoseThatAreKnown)
     Receive(list('C', 5, 1, "DS03"));
     EXPECT_EQ(servers(), "DS01DS02DS03");
     EXPECT_EQ(managers(), "");
+}
+
+// A message of a server that isn't known counts as handled.
+TEST_F(ServerList, MessagesOfAServerThatJoinedAreHandled)
+{
+    LOG_Msg_Init();
+    std::string header = envelope_from("02");
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 1);
+    Receive(list('I', 5, 1, "DS02"));
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 0);
+}
+
+TEST_F(ServerList, WhatIsKnownOfAServerOutlivesItsRepetition)
+{
+    LOG_Msg_Init();
+    Receive(list('I', 5, 1, "DS02"));
+    std::string header = envelope_from("02");
+    LOG_Is_Processed_Record(header.data(), nullptr);
+    LOG_Register_Record(header.data());
+    Receive(list('I', 5, 2, "DS03DS02"));
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 1);
 }
 
 TEST_F(ServerList, DataManagersJoinTheAddresseesOfOrders)

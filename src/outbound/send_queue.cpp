@@ -166,7 +166,7 @@ void COMMON_Init()
 void qapi::Choose_Server(unsigned host)
 {
     const OutboundLock lock;
-    const int last = std::clamp(glb_dss_counter, 1, DCON_MAX_DS_SERVERS) - 1;
+    const int last = std::clamp(glb_dss_counter.load(), 1, DCON_MAX_DS_SERVERS) - 1;
     glb_ds_dest = &glb_dss[std::min(host, static_cast<unsigned>(last))];
     glb_ds_dest_list.Set_in_PU_List(*glb_ds_dest);
     put_server_code();
