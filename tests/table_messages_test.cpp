@@ -365,6 +365,13 @@ protected:
                         TableMessage::word(static_cast<std::uint32_t>(number), 2) + codes};
     }
 
+    // Of a message: number 5 of the server's.
+    static std::string envelope_from(const std::string& server)
+    {
+        return "CLIEN   " + server + std::string(4, '\0') + TableMessage::word(5, 4) + std::string(11, ' ') +
+               "20261122" + std::string(43, ' ');
+    }
+
     static std::string servers() { return {glb_dss[0], 4U * static_cast<unsigned>(glb_dss_counter)}; }
     static std::string managers()
     {
