@@ -196,6 +196,14 @@ TEST_F(MarketAccess, WhatIsOpenStaysOpen)
     EXPECT_THAT(open(), ElementsAre(6906));
 }
 
+TEST_F(MarketAccess, TheNextLoginStartsWithNoneOpen)
+{
+    Configure({{.table_code = 6906, .table_type = 15}});
+    Receive_User(user("U001", {69}));
+    TBLPROC_Init_Tables();
+    EXPECT_THAT(open(), IsEmpty());
+}
+
 TEST_F(MarketAccess, ATableThatWasOpenedIsAskedForWithItsLevel)
 {
     Configure({{.table_code = 6917, .table_type = 17}});

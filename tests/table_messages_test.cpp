@@ -1,6 +1,7 @@
 // What a table message does: every type with every letter, the range, the list of servers, what is left alone.
 #include "tblproc/table_messages.h"
 
+#include "reader/processed_log.h"
 #include "support/recording_host.h"
 #include "support/table_message_fixture.h"
 #include "transport/dcon.h"
@@ -364,6 +365,13 @@ protected:
                         TableMessage::word(static_cast<std::uint32_t>(number), 2) + codes};
     }
 
+    // Of a message: number 5 of the server's.
+    static std::string envelope_from(const std::string& server)
+    {
+        return "CLIEN   " + server + std::string(4, '\0') + TableMessage::word(5, 4) + std::string(11, ' ') +
+               "20261122" + std::string(43, ' ');
+    }
+
     static std::string servers() { return {glb_dss[0], 4U * static_cast<unsigned>(glb_dss_counter)}; }
     static std::string managers()
     {
@@ -387,6 +395,27 @@ TEST_F(ServerList, DataServersJoinThoseThatAreKnown)
     Receive(list('C', 5, 1, "DS03"));
     EXPECT_EQ(servers(), "DS01DS02DS03");
     EXPECT_EQ(managers(), "");
+}
+
+// A message of a server that isn't known counts as handled.
+TEST_F(ServerList, MessagesOfAServerThatJoinedAreHandled)
+{
+    LOG_Msg_Init();
+    std::string header = envelope_from("02");
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 1);
+    Receive(list('I', 5, 1, "DS02"));
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 0);
+}
+
+TEST_F(ServerList, WhatIsKnownOfAServerOutlivesItsRepetition)
+{
+    LOG_Msg_Init();
+    Receive(list('I', 5, 1, "DS02"));
+    std::string header = envelope_from("02");
+    LOG_Is_Processed_Record(header.data(), nullptr);
+    LOG_Register_Record(header.data());
+    Receive(list('I', 5, 2, "DS03DS02"));
+    EXPECT_EQ(LOG_Is_Processed_Record(header.data(), nullptr), 1);
 }
 
 TEST_F(ServerList, DataManagersJoinTheAddresseesOfOrders)

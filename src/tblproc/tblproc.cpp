@@ -2,7 +2,11 @@
 
 #include "qcapi/support.h"
 #include "tblproc/replica_lock.h"
+#include "tblproc/table_messages.h"
 #include "tblproc/tblequiv.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -64,6 +68,7 @@ void TBLPROC_Init_Tables()
         table.get();
     }
     TBLEQUIV_Forget_Codes();
+    std::fill(std::begin(Glb_subscribed_global_table_type), std::end(Glb_subscribed_global_table_type), 0U);
     for (const int type : types_in_force) {
         qapi::Set_Table_Type(*Table_Of_Type(type), type);
     }

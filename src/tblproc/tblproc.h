@@ -6,8 +6,8 @@
 #include <mutex>
 #include <span>
 
-// Brings the rows of G_table_id_equivalence and the tables that follow them to the state before any subscription.
-// Before the threads of a session start.
+// Brings the rows of G_table_id_equivalence, the tables that follow them and the codes that are announced to the state
+// before any subscription. Before the threads of a session start.
 void TBLPROC_Init_Tables();
 
 namespace qapi {
