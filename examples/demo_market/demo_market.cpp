@@ -33,7 +33,11 @@ void say(const char* format, auto... values)
     localtime_r(&now.tv_sec, &local);
     std::printf("%02d:%02d:%02d.%03d  ", local.tm_hour, local.tm_min, local.tm_sec,
                 static_cast<int>(now.tv_nsec / 1'000'000));
-    std::printf(format, values...);
+    if constexpr (sizeof...(values) == 0) {
+        std::fputs(format, stdout);
+    } else {
+        std::printf(format, values...);
+    }
     std::printf("\n");
     std::fflush(stdout);
 }
