@@ -504,8 +504,8 @@ TEST_F(ExchangeTest, EmptyRequestsAreEnvelopesAndFillers)
     const auto messages = take_messages();
     ASSERT_EQ(messages.size(), 3U);
     EXPECT_EQ(messages[0].size(), 83U);
-    EXPECT_EQ(messages[1].substr(0, 3) + body_of(messages[1]), "213" + std::string(35, '\0'));
-    EXPECT_EQ(messages[2].substr(0, 3) + body_of(messages[2]), "214" + std::string(35, '\0'));
+    EXPECT_EQ(messages[1].substr(0, 3) + body_of(messages[1]), "213" + std::string(95, '\0'));
+    EXPECT_EQ(messages[2].substr(0, 3) + body_of(messages[2]), "214" + std::string(95, '\0'));
 }
 
 TEST_F(ExchangeTest, NothingIsStoredToBeSentAgain)

@@ -21,6 +21,13 @@ int RecordingHost::count(const std::string& line) const
     return static_cast<int>(std::count(m_lines.begin(), m_lines.end(), line));
 }
 
+int RecordingHost::count_of(const std::string& head) const
+{
+    const std::lock_guard lock(m_lock);
+    return static_cast<int>(
+        std::count_if(m_lines.begin(), m_lines.end(), [&](const auto& line) { return line.starts_with(head); }));
+}
+
 std::vector<std::string> RecordingHost::lines() const
 {
     const std::lock_guard lock(m_lock);

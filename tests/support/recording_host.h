@@ -23,6 +23,18 @@ public:
     int take(std::string name, unsigned number) { return TakeMessage(name.data(), number); }
     int finish(std::string name, unsigned number) { return FinishMessageProcess(name.data(), number); }
 
+    int compose(std::string name) { return InitMessage(name.data()); }
+    int set(std::string name, std::string field, std::string value)
+    {
+        return SetFieldBSTR(name.data(), field.data(), value.data()); // as long as the field, or longer
+    }
+    int set_number(std::string name, std::string field, long value)
+    {
+        return SetFieldLONG(name.data(), field.data(), value);
+    }
+    int address(std::string text) { return SendMessageTo(text.data()); }
+    int send(std::string name) { return SendMessage(name.data()); }
+
     // Runs in each callback, on its thread, before the line is written down.
     std::function<void(const std::string& line)> in_callback;
 
@@ -30,6 +42,7 @@ public:
     bool wait_for(const std::string& line);
     [[nodiscard]] bool has(const std::string& line) const;
     [[nodiscard]] int count(const std::string& line) const;
+    [[nodiscard]] int count_of(const std::string& head) const; // lines that begin so
     [[nodiscard]] std::vector<std::string> lines() const;
 
     void OnMessageReceived(char* message_type, unsigned int message_num) override;
