@@ -24,6 +24,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto longest_silence = std::chrono::seconds(20);
 constexpr std::uint16_t orders_table = 71; // of market 71, if the client's configuration names it
 constexpr std::uint32_t environment_word = 0x4F430000;
+constexpr std::size_t chat_without_receivers = 2223; // what is not sent reads as nothing
 
 void say(const char* format, auto... values)
 {
@@ -66,7 +67,7 @@ std::string currency(const std::string& code, const std::string& name)
 
 std::string institution(const std::string& code, const std::string& name)
 {
-    return Record(108).text(0, code, 4).text(14, name, 10).text(24, name, 30).bytes();
+    return Record(108).text(0, code, 4).text(14, code, 10).text(24, name, 30).bytes();
 }
 
 // With the right to see all markets, two bits each.
@@ -168,7 +169,7 @@ void DemoMarket::send_order_and_chat()
     ChatText chat{.sender = "U007", .text = "Good morning"};
     chat.date = order.date;
     chat.hour = order.hour;
-    m_peer.send_chat({.cabeza = envelope("U007"), .chat = chat});
+    m_peer.send_message(Make(Chat{.cabeza = envelope("U007"), .chat = chat}).substr(0, chat_without_receivers));
     say("an order and a chat sent");
 }
 
@@ -201,6 +202,8 @@ void DemoMarket::take(const std::string& message)
     }
     case 202:
         say("machine %s takes its leave", TakeOffline(message).machine.c_str());
+        m_peer.receive_until_closed();
+        drop();
         break;
     case 575: {
         const ChatText chat = TakeChat(message).chat;
@@ -247,7 +250,7 @@ void DemoMarket::drop()
 {
     m_is_up = false;
     m_peer.close();
-    say("connection dropped");
+    say("connection closed");
 }
 
 // 0 if none comes within a moment.
