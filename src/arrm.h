@@ -20,6 +20,8 @@
 inline constexpr int CMSS_INITIAL_NUM_RECORDS = 6;
 inline constexpr int CMSS_RECORD_LEN = 2000;
 inline constexpr int CMSS_EXTRA_LEN = 20;
+inline constexpr std::array<char, CMSS_EXTRA_LEN>
+    CMSS_NO_EXTRA{};                        // instead of null, where what the slot had may not stay
 inline constexpr int CMSS_SHORT_RECORD = 4; // longest record that counts as a bare status
 inline constexpr int TRANS_STACK_SIZE = 100;
 inline constexpr int CMSS_FIFO = 1;

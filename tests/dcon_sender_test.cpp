@@ -150,6 +150,48 @@ TEST_F(SenderTest, TheTraceTellsItsSteps)
     EXPECT_EQ(descr->send_flag & 0xFFU, 0x26U);
 }
 
+// ---- Records of a session
+
+TEST_F(SenderTest, OnlyRecordsOfTheConnectionThatStandsAreSent)
+{
+    Connect();
+    Send_Of(Connections() + 1, "575 of the next connection");
+    Send_Of(Connections(), "575 of this connection");
+    Send_Of(Connections() + 2, "575 of the one behind it");
+    Send_Of(Connections() + 256, "575 of a later connection");
+    Send_Of(0, "575 of any connection");
+    Expect_At_Peer("575 of this connection");
+    Expect_At_Peer("575 of any connection");
+}
+
+TEST_F(SenderTest, WhatWasQueuedForALostConnectionDoesNotReachTheNext)
+{
+    Connect();
+    const unsigned lost = Connections();
+    Drop();
+    Step(1);
+    Take_Connection();
+    Send_Of(lost, "575 too late");
+    Send_Of(Connections(), "201 login");
+    Expect_At_Peer("201 login");
+}
+
+TEST_F(SenderTest, ARecordThatWaitsForRoomIsNotSentOverTheNextConnection)
+{
+    Connect_With_Small_Buffer();
+    Send_Until_The_Queue_Is_Full();
+    for (int i = 0; i < 100; ++i) {
+        Send_Of(Connections(), "575 of the lost connection");
+    }
+    Settle();
+    peer.reset();
+    Skip_To(closed);
+    Step(1);
+    Take_Connection();
+    Send_Of(Connections(), "201 login");
+    Expect_At_Peer("201 login");
+}
+
 // ---- A peer that doesn't read
 
 TEST_P(SenderModesTest, APeerThatReadsAgainGetsEveryRecordInOrder)

@@ -2,17 +2,24 @@
 // that nobody else takes records from the rings.
 #include "arrm.h"
 #include "global.h"
+#include "outbound/send_queue.h"
+#include "qcapi/config.h"
 #include "qcapi/log.h"
 #include "qcapi/session.h"
+#include "support/forget_configuration.h"
 #include "support/session_fixture.h"
 #include "support/table_world.h"
+#include "thrct.h"
 #include "transport/envelope.h"
+#include "transport/inbound_door.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <cstring>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -232,6 +239,210 @@ TEST_F(InboundTest, TheObjectRegistersTheReferences)
     }
 }
 
+// ---- Sessions ----
+
+void news(int status, unsigned connection, unsigned host = 0)
+{
+    char extra[CMSS_EXTRA_LEN];
+    Store_News(extra, {connection, host});
+    Glb_Recv_Mss->Collect(status, "D", 1, "D", extra);
+}
+
+TEST_F(InboundTest, ASessionBelongsToTheConnectionThatOpenedLast)
+{
+    for (void* (*reader)(void*) : {ReadingHost::Process_Messages, ReadingHost::Process_DS_Messages}) {
+        news(TCP_STATUS_OPEN_CONNECTION, 7);
+        read(reader);
+        EXPECT_EQ(Session_Connection(), 7U);
+        news(TCP_STATUS_CLOSED_CONNECTION, 7);
+        news(TCP_STATUS_OPEN_CONNECTION, 8);
+        read(reader);
+        EXPECT_EQ(Session_Connection(), 8U);
+        Close_Session();
+    }
+}
+
+TEST_F(InboundTest, ASessionIsOverWhenTheHostHearsOfTheDisconnection)
+{
+    for (void* (*reader)(void*) : {ReadingHost::Process_Messages, ReadingHost::Process_DS_Messages}) {
+        unsigned connection = 99;
+        host.in_callback = [&](const std::string& line) {
+            if (line == "status 20 Disconnected") {
+                connection = Session_Connection();
+            }
+        };
+        news(TCP_STATUS_OPEN_CONNECTION, 7);
+        news(TCP_STATUS_CLOSED_CONNECTION, 7);
+        read(reader);
+        EXPECT_EQ(connection, 0U);
+    }
+}
+
+TEST_F(InboundTest, TablesOfAnOlderConnectionMakeNoSessionReady)
+{
+    news(TCP_STATUS_OPEN_CONNECTION, 8);
+    news(PRIMARY_TABLES_RECEIVED, 7);
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("status 21 Connected", stopped));
+    Close_Session();
+}
+
+TEST_F(InboundTest, TheTablesOfTheConnectionMakeTheSessionReady)
+{
+    news(TCP_STATUS_OPEN_CONNECTION, 8);
+    news(PRIMARY_TABLES_RECEIVED, 8);
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("status 21 Connected", "connection 0", stopped));
+    Close_Session();
+}
+
+TEST_F(InboundTest, AStatusThatIsNotKnownIsToldAndTheNextRecordIsRead)
+{
+    connection_says(5000, "bad data");
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("error 23001 The connection changed to status 5000, detail (bad data) / 0 0",
+                                          "status 7 Can't connect", stopped));
+}
+
+// ---- Messages ----
+
+class MessagesOfAConnection : public InboundTest
+{
+protected:
+    MessagesOfAConnection()
+    {
+        Forget_Configuration();
+        Flag_Mailboxes();
+        Glb_Unic_Number = 0;
+        Glb_suscribed_message[575] = 1;
+    }
+    ~MessagesOfAConnection() override { Forget_Configuration(); }
+
+    static std::string chat(const std::string& text) { return "575" + std::string(168, '\0') + text; }
+
+    TableWorld world;
+};
+
+TEST_F(MessagesOfAConnection, ReachTheClientsHostInTheirOrder)
+{
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat("one"));
+    connection_says(TCP_STATUS_PACKET_RECEIVED, "no message");
+    connection_says(TCP_STATUS_PACKET_RECEIVED, "");
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat("two"));
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("message Chat 1", "message Chat 2", stopped));
+}
+
+TEST_F(MessagesOfAConnection, AreThereUntilItCloses)
+{
+    int waiting = -1;
+    host.in_callback = [&](const std::string& line) {
+        if (line == "status 20 Disconnected") {
+            waiting = TableWorld::Records_In(TableId::Glb_Chat_Message_Table);
+        }
+    };
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat("one"));
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(waiting, 1);
+    EXPECT_EQ(TableWorld::Records_In(TableId::Glb_Chat_Message_Table), 0);
+}
+
+TEST_F(MessagesOfAConnection, AreNotActedOnInTheServersRole)
+{
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat("one"));
+    read(ReadingHost::Process_DS_Messages);
+    EXPECT_THAT(host.lines(), testing::IsEmpty());
+}
+
+TEST_F(MessagesOfAConnection, OfTheLongestKindDoNotReadWhatLiesBehindThem)
+{
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat(std::string(MESSAGE_TRANS_RECORD_SIZE - 171, 'x')));
+    connection_says(TCP_STATUS_PACKET_RECEIVED, chat("short"));
+    std::string seen(4096, '#');
+    host.in_callback = [&](const std::string& line) {
+        if (line == "message Chat 2") {
+            CQcApi::initialize_flag = QAPI_INITIALIZED;
+            host.take("Chat", 2);
+            host.GetField(std::string("texto").data(), seen.data());
+            CQcApi::initialize_flag = QAPI_NOT_INITIALIZED;
+        }
+    };
+    read(ReadingHost::Process_Messages);
+    EXPECT_EQ(seen.substr(0, 2049), "short" + std::string(2044, '\0'));
+}
+
+// ---- A previous date ----
+
+class PreviousDate : public InboundTest
+{
+protected:
+    PreviousDate()
+    {
+        Forget_Configuration();
+        std::strcpy(Glb_Prev_Date_Log_Req_Copy, "20261119");
+        Glb_Prev_Date_Log_Req_Successfullty = 1;
+        CQcApi::initialize_flag = QAPI_INITIALIZED;
+    }
+    ~PreviousDate() override
+    {
+        CQcApi::initialize_flag = QAPI_NOT_INITIALIZED;
+        Forget_Configuration();
+        Prepare_Rings();
+    }
+};
+
+constexpr const char* refused_date = "error 29 Messages asked of previous date (20261119) not received. Shutdown the "
+                                     "aplication and try again. / 999 0";
+
+TEST_F(PreviousDate, ThatNoServerHasEndsTheSession)
+{
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    connection_says(TCP_ERROR_CANT_CONNECT);
+    read(ReadingHost::Process_Messages);
+    EXPECT_THAT(host.lines(), ElementsAre("status 20 Disconnected", "disconnection 0 the peer closed", refused_date));
+    EXPECT_EQ(CQcApi::initialize_flag, QAPI_NOT_INITIALIZED);
+    EXPECT_EQ(THRCT_Get_App_Thread_Counter(), 0);
+}
+
+TEST_F(PreviousDate, ThatNoServerHasIsInTheLog)
+{
+    LOG_Init("", scratch.path().c_str());
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    LOG_End();
+    EXPECT_THAT(text_lines_of_log(scratch.read("qapi.log")),
+                testing::Contains("ER-Messages asked of previous date (20261119) not received. Shutdown the "
+                                  "aplication and try again."));
+}
+
+TEST_F(PreviousDate, ThatIsAnsweredLetsTheSessionGoOn)
+{
+    Glb_Status_Init_Ask_Log = 1;
+    Glb_Prev_Date_Log_Req_Successfullty = 0;
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_TRUE(host.has(stopped));
+    EXPECT_FALSE(host.has(refused_date));
+}
+
+TEST_F(PreviousDate, EndsTheSessionThoughTheHostDeletesTheObjectOnTheWay)
+{
+    auto other = std::make_unique<ReadingHost>();
+    CQcApi::initialize_flag = QAPI_INITIALIZED;
+    other->in_callback = [&](const std::string& line) {
+        if (line == refused_date) {
+            CQcApi::initialize_flag = QAPI_NOT_INITIALIZED; // as the destructor's Logout leaves it
+            Set_Current_Api(nullptr);
+        }
+    };
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_TRUE(other->has(refused_date));
+    EXPECT_EQ(THRCT_Get_App_Thread_Counter(), 0);
+}
+
 // ---- Traces ----
 
 TEST_F(InboundTest, TheConnectedWordFollowsTheConnection)
@@ -249,7 +460,8 @@ TEST_F(InboundTest, TheTraceHoldsTheLastEightSteps)
     connection_says(TCP_STATUS_OPEN_CONNECTION);
     connection_says(TCP_STATUS_CLOSED_CONNECTION);
     read(ReadingHost::Process_Messages);
-    EXPECT_EQ(Glb_Proc_Flag, 0x24126712U); // ...took, open told; waits, took, close told, tables cleaned; waits, took
+    EXPECT_EQ(Glb_Proc_Flag,
+              0x45126712U); // open told, login sent; waits, took, close told, tables cleaned; waits, took
 }
 
 TEST_F(InboundTest, MessagesAreCounted)

@@ -1,9 +1,11 @@
 // Login, Connect, Logout, LogoutForce and what is left of them.
 #include "arrm.h"
 #include "global.h"
+#include "outbound/send_queue.h"
 #include "qcapi/config.h"
 #include "qcapi/session.h"
 #include "qcapi/support.h"
+#include "records/envelope_template.h"
 #include "support/fake_system.h"
 #include "support/session_fixture.h"
 #include "thrct.h"
@@ -253,6 +255,43 @@ TEST_F(LifecycleTest, LogoutWithoutASessionReturnsFourAndSendsNothing)
     EXPECT_EQ(host.LogoutForce(), QAPI_ERR_NOT_INITIALIZED_YET);
     EXPECT_EQ(Glb_Send_Mss->Is_Any_Pkt() + Glb_Recv_Mss->Is_Any_Pkt() + Glb_Log_Mss->Is_Any_Pkt(), 0);
     EXPECT_TRUE(host.lines().empty());
+}
+
+TEST_F(LifecycleTest, ASessionThatLoggedInTellsThatItGoes)
+{
+    RecordingHost host;
+    host.login();
+    host.Logout();
+    EXPECT_NE(scratch.read("qapi.log").find("SR-Connection close sent"), std::string::npos);
+}
+
+TEST_F(LifecycleTest, ASessionThatIsLeftInACallbackTellsItToo)
+{
+    RecordingHost host;
+    host.login();
+    host.LogoutForce();
+    host.Logout(); // waits for the log
+    EXPECT_NE(scratch.read("qapi.log").find("SR-Connection close sent"), std::string::npos);
+}
+
+TEST_F(LifecycleTest, ADataServerTellsNobodyThatItGoes)
+{
+    RecordingHost host;
+    host.connect("127.0.0.1", 1);
+    host.LogoutForce();
+    host.Logout();
+    EXPECT_EQ(scratch.read("qapi.log").find("SR-Connection close sent"), std::string::npos);
+}
+
+TEST_F(LifecycleTest, EachSessionStartsWithATemplateOfItsOwn)
+{
+    RecordingHost host;
+    Open_Session(7, nullptr);
+    Glb_last_sent_message_num = 9;
+    host.login();
+    EXPECT_EQ(std::string(glb_cabeza_dfn.codigo_primaryuser, 4), "L001");
+    EXPECT_EQ(Glb_last_sent_message_num, 0U);
+    EXPECT_EQ(Session_Connection(), 0U);
 }
 
 TEST_F(LifecycleTest, ConnectRunsItsThreadsWithAnUnreadableConfigurationToo)

@@ -240,13 +240,22 @@ TEST_F(Clock, TheDayIsThatOfTheLocalTime)
     EXPECT_EQ(LastSentDate(), "20231115");
 }
 
-TEST_F(Clock, ADateFromAMessageIsComparedWithToday)
+TEST_F(Clock, ADateFromAMessageKeepsTheMessageNumberOfToday)
 {
     COMMON_Put_Last_Sent_Date("20231113 and more");
     EXPECT_EQ(LastSentDate(), "20231113");
     Glb_last_sent_message_num = 7;
     COMMON_Adjust_Time(0);
     EXPECT_EQ(LastSentDate(), "20231114");
+    EXPECT_EQ(Glb_last_sent_message_num, 7U);
+}
+
+TEST_F(Clock, ADateOfTomorrowFromAMessageDoesNotKeepTodaysNumberTomorrow)
+{
+    COMMON_Put_Last_Sent_Date("20231115");
+    Glb_last_sent_message_num = 7;
+    COMMON_Adjust_Time(two_hours);
+    EXPECT_EQ(LastSentDate(), "20231115");
     EXPECT_EQ(Glb_last_sent_message_num, 0U);
 }
 

@@ -1,5 +1,11 @@
 #include "outbound/composed.h"
 
+#include "message_numbers.h"
+#include "qcapi/qcapi.h"
+#include "qcapi/support.h"
+#include "reader/taken_record.h"
+#include "reader/views.h"
+
 // NOLINTBEGIN(bugprone-macro-parentheses): the name of a type
 #define QAPI_DEFINE(object, record) constinit ProcessLifetime<record> object([] { return new record; });
 QAPI_COMPOSED(QAPI_DEFINE)
@@ -8,7 +14,90 @@ QAPI_COMPOSED(QAPI_DEFINE)
 
 CMessage* Glb_cur_message_ptr = nullptr;
 
-int Locate_Record(char* /*message_type*/, int* /*message_type_code*/)
+namespace {
+
+// The view in which a table record is composed, by the type of its table; null for a type without one.
+CMessage* table_record_of(int table_type)
 {
-    return 15;
+    switch (table_type) {
+    case 1:
+        return &*Glb_cur_gt_order_msg;
+    case 2:
+        return &*Glb_cur_voice_summary;
+    case 14:
+        return &*Glb_cur_voicegroup;
+    case 15:
+        return &*Glb_cur_fixedincomemarkets;
+    case 16:
+        return &*Glb_cur_historytransdayterm;
+    case 17:
+        return &*Glb_cur_rates;
+    default:
+        return nullptr;
+    }
+}
+
+// The object in which a kind is composed, null for a kind without one.
+CMessage* object_of(const Kind& kind)
+{
+    switch (kind.number) {
+    case MSS_PRCMNT_TRANS_HOY:
+        return &*Glb_send_htramhoy_msg;
+    case MSS_ORDEN:
+    case MSS_ORDEN_RFQ:
+    case MSS_ORDEN_2:
+        return &*Glb_send_order_msg;
+    case MSS_TRANS_MONEDA:
+        return &*Glb_send_transmon_msg;
+    case MSS_LOG_ORDER_TABLE:
+        return &*Glb_cur_logordertable_msg;
+    case MSS_PRCMNT_TRANS_RENTA_FIJA:
+        return &*Glb_send_mnt_trans_renta_fija_msg;
+    case MSS_TARNEL:
+        return &*Glb_send_tarnel_msg;
+    case MSS_TARNELWH:
+        return &*Glb_send_tarnelwh_msg;
+    case MSS_PRCMNT_HORA_HOY:
+        return &*Glb_send_histmhoy_msg;
+    case MSS_PRCMNT_HORA_PLAZO_HOY:
+        return &*Glb_send_htramtermhoy_msg;
+    case MSS_AVGPURCHASEPRICE:
+        return &*Glb_send_average_puchase_price_msg;
+    case MSS_PRCMNT_HORA_AM_PM_HOY:
+        return &*Glb_send_histmampmhoy_msg;
+    case MSS_CHAT:
+        return &*Glb_send_chat_msg;
+    case MSS_END_TRANSACTION:
+        return &*Glb_cur_endtransaction_msg;
+    case MSS_TABLA_GLOBAL:
+        return table_record_of(kind.table_type);
+    default:
+        return nullptr;
+    }
+}
+
+bool is_empty(const char* text)
+{
+    return text == nullptr || *text == '\0';
+}
+
+} // namespace
+
+int Locate_Record(char* message_type, int* message_type_code)
+{
+    if (CQcApi::initialize_flag == QAPI_NOT_INITIALIZED) {
+        return QAPI_ERR_NOT_INITIALIZED_YET;
+    }
+    const Kind kind = is_empty(message_type) ? Taken_Kind() : Kind_Of(message_type);
+    if (message_type_code != nullptr) {
+        *message_type_code = kind.number;
+    }
+    CMessage* object = object_of(kind);
+    if (object == nullptr) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
+                                  is_empty(message_type) ? "" : message_type);
+        return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
+    }
+    Glb_cur_message_ptr = object;
+    return 0;
 }

@@ -21,6 +21,15 @@
 void COMMON_Put_Message_In_Send_Queue(CMessage* msg_to_send, int flag_recipients, CDestinationsList* msg_dsts,
                                       int msg_priority, const char* log_msg_text);
 
+namespace qapi {
+
+// The host's message, with the addressees that the host named (outbound/addressing.h), which are forgotten.
+void Send_Composed(CMessage& message);
+
+} // namespace qapi
+
+using qapi::Send_Composed;
+
 // Fills what stays the same in the envelope template, and starts the running numbers again. Before threads start.
 void COMMON_Init();
 

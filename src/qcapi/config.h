@@ -7,6 +7,7 @@
 
 #include "global.h"
 
+#include <array>
 #include <atomic>
 #include <string>
 
@@ -50,8 +51,10 @@ using qapi::Credentials;
 using qapi::Take_Credentials;
 
 // ---- Which servers ---------------------------------------------------------------------------------------------
+// The servers' list of themselves may add to it while threads run: the reader writes an entry and then counts it, so
+// whoever looks at no more than it counted sees whole ones. No entry changes.
 extern char glb_dss[DCON_MAX_DS_SERVERS][4];
-extern int glb_dss_counter;
+extern std::atomic<int> glb_dss_counter;
 
 // ---- Which messages and tables ---------------------------------------------------------------------------------
 extern int Glb_Markets_Code[MAX_NUM_MARKETS_CODE];

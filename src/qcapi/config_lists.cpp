@@ -9,7 +9,7 @@
 #include <cstring>
 
 char glb_dss[DCON_MAX_DS_SERVERS][4];
-int glb_dss_counter = 0;
+std::atomic<int> glb_dss_counter{0};
 
 int Glb_Markets_Code[MAX_NUM_MARKETS_CODE];
 int Glb_markets_code_counter = 0;

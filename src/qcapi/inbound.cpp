@@ -2,15 +2,23 @@
 #include "qcapi.h"
 
 #include "arrm.h"
+#include "config.h"
 #include "global.h"
 #include "log.h"
+#include "message_names.h"
+#include "outbound/send_queue.h"
+#include "reader/messages.h"
+#include "reader/views.h"
 #include "session.h"
+#include "session/exchange.h"
 #include "support.h"
 #include "tblproc/tblproc.h"
 #include "thrct.h"
 #include "transport/dcon.h"
+#include "transport/inbound_door.h"
 
 #include <array>
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -21,23 +29,26 @@ struct Inbound_Record
     int len = 0;
     const char* source = nullptr; // identity of the connection; for a close, the reason's text
     std::array<char, CMSS_EXTRA_LEN> extra{};
+    unsigned connection = 0; // the one that opened last: messages come from it
 };
 
-void trace_step(unsigned digit)
+// What ends the reader's loop.
+enum class Next
 {
-    // Only the reader writes the word.
-    Glb_Proc_Flag.store(Glb_Proc_Flag.load(std::memory_order_relaxed) * 16 + digit, std::memory_order_relaxed);
-}
+    go_on,
+    stopped,
+    date_was_refused,
+};
 
 // The next record's status; waits for it.
 int take_next(Inbound_Record& record)
 {
     for (;;) {
-        trace_step(1);
+        Trace_Step(1);
         if (Glb_Recv_Mss->Wait_For_Any_Pkt() == 0) {
             continue;
         }
-        trace_step(2);
+        Trace_Step(2);
         const int status = Glb_Recv_Mss->Withdraw(record.data.data(), &record.len, &record.source, record.extra.data());
         if (status != -1) {
             return status;
@@ -60,13 +71,11 @@ void tell_disconnection(const char* reason)
     }
 }
 
-void connection_opened(const Inbound_Record& record)
+void connection_opened(Inbound_Record& record)
 {
-    Glb_main_connected = 1;
-    LOG_Text("-RO%c-Status changed to opened connection", record.data[0]);
-    tell_status(TCP_STATUS_OPEN_CONNECTION, "Connected");
-    LOG_Text("Status changed to opened connection reported");
-    trace_step(4);
+    const Connection_News news = Load_News(record.extra.data());
+    record.connection = news.connection;
+    qapi::Session_Opened(news.connection, news.host, record.data[0]);
 }
 
 // Needs no object: the host may have deleted it.
@@ -82,17 +91,41 @@ void no_tables() {}
 void connection_closed(const Inbound_Record& record, void (*clean)())
 {
     tell_status(TCP_STATUS_CLOSED_CONNECTION, "Disconnected");
-    trace_step(6);
+    Trace_Step(6);
     Glb_Send_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN);
     clean();
-    trace_step(7);
+    Trace_Step(7);
     tell_disconnection(record.source);
 }
 
-void message_received(const Inbound_Record& record)
+// A server that was asked for the messages of an earlier date begins a log for them, or has none and closes.
+bool date_was_refused()
+{
+    return Glb_Prev_Date_Log_Req_Successfullty != 0 && Glb_Status_Init_Ask_Log == 0;
+}
+
+void log_message(const Inbound_Record& record)
 {
     ++glb_num_proc_msgs;
     LOG_Put_Msg("RM-Message Received", record.data.data(), record.len, record.source, 0, record.extra.data());
+}
+
+void tell_data(int number, const char* source)
+{
+    if (CQcApi* api = Current_Api()) {
+        std::string name = COMMON_Get_Message_Name(number);
+        api->CallDataReceived(source, name.data(), Glb_cur_msg_buffer());
+    }
+}
+
+void message_received(Inbound_Record& record)
+{
+    log_message(record);
+    The_Receive_Buffer->Take({record.data.data(), static_cast<std::size_t>(record.len)});
+    Glb_cur_order_msg->Init();
+    const int number = Received_Number();
+    tell_data(number, record.source);
+    Act_On_Message(number, {record.source, record.extra.data(), record.connection});
 }
 
 void unexpected_status(int status, Inbound_Record& record)
@@ -101,7 +134,7 @@ void unexpected_status(int status, Inbound_Record& record)
     LOG_Put_Err_Msg(QAPI_ERR_STATUS_NOT_EXPECTED_TXT, status, record.data.data());
 }
 
-void act_for_client(int status, Inbound_Record& record)
+Next act_for_client(int status, Inbound_Record& record)
 {
     switch (status) {
     case TCP_STATUS_OPEN_CONNECTION:
@@ -111,9 +144,13 @@ void act_for_client(int status, Inbound_Record& record)
         tell_status(TCP_ERROR_CANT_CONNECT, "Can't connect");
         break;
     case TCP_STATUS_CLOSED_CONNECTION:
+        Close_Session();
         Glb_main_connected = 0;
         LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
         connection_closed(record, clean_tables);
+        return date_was_refused() ? Next::date_was_refused : Next::go_on;
+    case PRIMARY_TABLES_RECEIVED:
+        qapi::Primary_Tables_Arrived(Load_News(record.extra.data()).connection);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
         message_received(record);
@@ -122,34 +159,57 @@ void act_for_client(int status, Inbound_Record& record)
         unexpected_status(status, record);
         break;
     }
+    return Next::go_on;
 }
 
-void act_for_server(int status, Inbound_Record& record)
+// No login and no tables here, and messages are the host's business in a later version: they are counted and logged.
+Next act_for_server(int status, Inbound_Record& record)
 {
     switch (status) {
     case TCP_STATUS_OPEN_CONNECTION:
         Glb_main_connected = 1;
+        Open_Session(Load_News(record.extra.data()).connection, nullptr);
         tell_status(TCP_STATUS_OPEN_CONNECTION, "Connected");
         break;
     case TCP_STATUS_CLOSED_CONNECTION:
+        Close_Session();
         Glb_main_connected = 0;
         connection_closed(record, no_tables);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
-        message_received(record);
+        log_message(record);
         break;
     default:
         unexpected_status(status, record);
         break;
     }
+    return Next::go_on;
 }
 
-void read_until_stop(void (*act)(int status, Inbound_Record& record))
+Next read_until_stop(Next (*act)(int status, Inbound_Record& record))
 {
     Inbound_Record record;
-    int status = 0;
-    while ((status = take_next(record)) != TCP_SHUTTING_DOWN) {
-        act(status, record);
+    for (;;) {
+        const int status = take_next(record);
+        const Next next = status == TCP_SHUTTING_DOWN ? Next::stopped : act(status, record);
+        if (next != Next::go_on) {
+            return next;
+        }
+    }
+}
+
+// The program is to end and be started again, so nothing is retried. The reader ends without the word that a stop
+// gives.
+void leave_for_refused_date()
+{
+    std::array<char, QAPI_ERROR_MESSAGE_LEN> text{};
+    std::snprintf(text.data(), text.size(), QAPI_ERR_DATE_NOT_EXIST_DS_TXT, Glb_Prev_Date_Log_Req_Copy);
+    LOG_Text("%s", text.data());
+    if (CQcApi* api = Current_Api()) {
+        api->CallReportError(QAPI_ERR_DATE_NOT_EXIST_DS, text.data(), QAPI_NEXT_ACTION_EXIT, 0);
+    }
+    if (CQcApi* api = Current_Api()) { // the callback may have deleted it, which asked for the stop
+        api->LogoutForce();
     }
 }
 
@@ -162,8 +222,12 @@ void CQcApi::QAPI_Clean_Tables()
 
 void* CQcApi::Process_Messages(void* /*unused*/)
 {
-    const CountedThread counted;
-    read_until_stop(act_for_client);
+    const CountedThread counted; // to the end of either way: a Logout waits for the count, and crashes the process if
+                                 // it doesn't fall
+    if (read_until_stop(act_for_client) == Next::date_was_refused) {
+        leave_for_refused_date();
+        return nullptr;
+    }
     QAPI_Clean_Tables();
     tell_status(TCP_SHUTTING_DOWN, "Attempts to establish a connection and processing messages have been suspended");
     return nullptr;

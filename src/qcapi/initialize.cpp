@@ -5,6 +5,8 @@
 #include "compress/rle.h"
 #include "config.h"
 #include "log.h"
+#include "outbound/send_queue.h"
+#include "reader/processed_log.h"
 #include "session.h"
 #include "support.h"
 #include "tblproc/replica_lock.h"
@@ -79,6 +81,8 @@ int CQcApi::Initialize()
         glb_DCon_DESCR->number_of_hosts = 1;
     }
     COMMON_Find_IP_LocalHost(); // here, since a dead name server would hold the reader up at each reconnection
+    LOG_Msg_Init();
+    COMMON_Init();
     RLE_init(RLE_MAX_LEN);
     Prepare_Rings();
     return 0;

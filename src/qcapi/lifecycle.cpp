@@ -9,7 +9,9 @@
 #include "config.h"
 #include "lifecycle_gate.h"
 #include "log.h"
+#include "outbound/send_queue.h"
 #include "prefix.h"
+#include "reader/conditions.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
@@ -78,6 +80,15 @@ void request_stop(int role)
     }
 }
 
+// Only a session that logged in tells that it goes.
+void end_session(int role)
+{
+    if (role == QAPI_INITIALIZED) {
+        Send_Offline();
+    }
+    request_stop(role);
+}
+
 std::array<Worker_Thread*, 4> workers()
 {
     return {&glb_thread_dcon, &glb_thread_read, &glb_thread_send, &glb_thread_log};
@@ -121,7 +132,7 @@ void tell_host_of_report(int code, char* text)
 
 } // namespace
 
-CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex)
+CQcApi::CQcApi() : mutex_lock(*The_Mailbox_Mutex), master_mutex(*The_Master_Mutex), m_fit_fields(*The_Conditions)
 {
     if (This_Worker() == nullptr) {
         const LifecycleStretch stretch(Lifecycle_Gate->enter());
@@ -246,12 +257,13 @@ int CQcApi::Logout()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
     CONF_Release_Replay_Texts();
     LOG_End();
+    m_fit_fields.EraseAll();
     return 0;
 }
 
@@ -262,7 +274,7 @@ int CQcApi::LogoutForce()
     if (role == QAPI_NOT_INITIALIZED) {
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
-    request_stop(role);
+    end_session(role);
     Glb_Log_Flag = 0;
     return 0;
 }
@@ -308,7 +320,7 @@ void CQcApi::Stop_At_Exit()
     }
     const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does
     if (const int role = initialize_flag; role != QAPI_NOT_INITIALIZED) {
-        request_stop(role);
+        end_session(role);
     }
     THRCT_Wait_Without_Notice();
     if (may_join) {

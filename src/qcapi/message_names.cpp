@@ -7,7 +7,6 @@
 #include <array>
 #include <cstdio>
 #include <iterator>
-#include <string_view>
 
 // One row a kind: number, name in the interface, long Spanish name, English name.
 // clang-format off
@@ -64,10 +63,14 @@ static_assert(std::size(QAPI_Global_Table_Types) == QAPI_GLOBAL_TABLE_SIZE);
 
 namespace {
 
-bool equal_in_any_case(std::string_view left, std::string_view right)
+// Most names differ in the first characters, so no length is asked for.
+bool equal_in_any_case(const char* left, const char* right)
 {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char a, char b) { return ascii_lower(a) == ascii_lower(b); });
+    while (*left != '\0' && ascii_lower(*left) == ascii_lower(*right)) {
+        ++left;
+        ++right;
+    }
+    return ascii_lower(*left) == ascii_lower(*right);
 }
 
 // The row that has `name` in one of its columns; the number of rows if none has.

@@ -29,6 +29,7 @@ inline constexpr int QAPI_NOT_INITIALIZED = 0;
 inline constexpr int QAPI_INITIALIZED = 1;       // by Login
 inline constexpr int QAPI_INITIALIZED_AS_DS = 2; // by Connect
 
+class CFitFields;
 class CMessage;
 class CQcApi;
 
@@ -147,9 +148,15 @@ public:
     int LogoutForce();
 
     // ---- Received messages ---------------------------------------------------------------------------------------
+    // A record waits in its table from OnMessageReceived until it is finished, or until its connection closes: then all
+    // records that wait are removed, without a word, and repeats of them are refused until the next Login. Any thread,
+    // also inside the callback. One record is taken at a time, for the whole process: threads that read take turns.
 
     /**
      * @brief Selects a received record for the GetField operations. Copies nothing: the record stays in its table.
+     *
+     * Once the record is finished, or went with its connection, reads show what it last held, or another record that
+     * took its place. A number that is not found takes the last record away.
      * @param message_type any of the record's names, any case
      * @param message_num  the number that OnMessageReceived gave
      * @return 0, 4, 15 unknown name or one without a table, 18 no such record; 15 and 18 are also reported
@@ -158,26 +165,34 @@ public:
 
     /**
      * @brief Declares a received record done and removes it; the next session resumes behind it.
-     * @param message_type any of the record's names, any case
+     *
+     * A message that is not finished holds the number up from which the next session resumes. Who replies with a copy
+     * of the record does so first.
+     * @param message_type any of the record's names, any case; an empty one is unknown
      * @param message_num  the number that OnMessageReceived gave
-     * @return as TakeMessage; 0 for a table record that is already gone. Any thread.
+     * @return as TakeMessage; 0 for a table record that is already gone
      */
     int FinishMessageProcess(char* message_type, unsigned int message_num);
 
     /**
      * @brief Copies a field of the taken record.
-     * @param field_name path of the field, any case
+     *
+     * A name that the record doesn't have is reported with code 14, and so is a call without a taken record. "mercado",
+     * "clase_mensaje" and "bandera" of a chat are not reported.
+     * @param field_name path of the field, any case, at most 1023 characters: "precio"; "usuario.nombre_completo", a
+     *                   field of the record that the code names; "receptor[2]", an element
      * @param data_copy  receives the field's raw bytes and a zero; the caller's, one byte longer than the field
-     * @return the field's type, 0 on failure (data_copy is then empty)
+     * @return the field's type: 1 short, 2 unsigned short, 3 unsigned int, 4 number in digits, 5 decimal number in
+     *         digits, 6 text, 7 int, 8 date; binary numbers are little-endian. 0 on failure (data_copy is then empty).
      */
     int GetField(char* field_name, char* data_copy);
 
     /**
-     * @brief Walks the named fields of the taken record.
+     * @brief Walks the named fields of the taken record, and of the records that its codes name.
      * @param field_name starts as an empty text, receives each field's path and is passed in again; the caller's,
      *                   1024 bytes
      * @param data_copy  as in GetField
-     * @return the field's type, 0 at the end (data_copy is then empty)
+     * @return the field's type, 0 at the end, which is not reported (data_copy is then empty)
      */
     int GetNextField(char* field_name, char* data_copy);
 
@@ -185,7 +200,7 @@ public:
      * @brief Reads back a field of the message being composed.
      * @param field_name path of the field, any case
      * @param data_copy  not looked at
-     * @return the value as text, "" on failure; the library's, until the next call
+     * @return the value as text, binary numbers in digits; "" on failure. The library's, until the thread's next call.
      */
     char* GetSField(char* field_name, char* data_copy);
 
@@ -197,50 +212,72 @@ public:
 
     /**
      * @brief Copies a date field of the taken record.
-     * @param date_copy receives 8 bytes YYYYMMDD, without a zero; the caller's
+     * @param date_copy receives 8 bytes YYYYMMDD, without a zero; the caller's. Of a field that is shorter, what it
+     * has, and zeros.
      * @return 8, 0 on failure (date_copy is then untouched)
      */
     int GetFieldDATE(char* field_name, char* date_copy);
 
-    /// @return a field of the taken record as a number, 0 on failure
+    /// @return a field of the taken record as a number, 0 on failure. It comes through an int: an unsigned value above
+    ///         2147483647 is negative, where long has 64 bits too; static_cast<unsigned> gives it back.
     long GetFieldLONG(char* field_name);
 
     /// @return 1 if the taken record has the field, else 0, which is also reported
     int IsDefined(char* field_name);
 
     // ---- Messages to send ----------------------------------------------------------------------------------------
-    // In this version a session doesn't log in to its server and no message can be composed: the operations that want
-    // one return 4. One message is composed at a time, in one thread. `message_type` names the kind; an empty name
-    // keeps to the kind of the taken record.
+    // One message is composed at a time, in one thread: InitMessage, any number of SetField..., SendMessageTo for an
+    // order, SendMessage. `message_type` names the kind; an empty or null name keeps to the kind of the taken record.
+    //
+    // Orders (Orden_Transaccion, Orden_Transaccion_RFQ), Tarnel, TarnelWh, Chat and the table kinds leave. All other
+    // kinds that can be composed go nowhere, although SendMessage returns 0. The table kinds, Historia_Posturas and
+    // Fin_Transaccion are composed in the buffer in which received records arrive: compose those only while nothing is
+    // received.
 
     /**
-     * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record.
-     * @return 0, 4 when nothing runs, 15 for a name that can't be composed (also reported)
+     * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record. Forgets the
+     *        addressees of SendMessageTo.
+     *
+     * Reply before you finish: FinishMessageProcess takes the record away.
+     *
+     * @return 0, 4 when nothing runs, 15 for a name that can't be composed (also reported), or if no record is taken
      */
     int InitMessage(char* message_type);
 
     /**
-     * @brief Sets a field from text.
-     * @param new_value as many bytes as the field is long are read from it, whatever its terminator says
+     * @brief Sets a field from text: as many bytes as the field is long are read from new_value, whatever its
+     *        terminator says.
+     * @param field_name path of the field, any case; a field of another record, to which a path leads, can't be set
+     * @param new_value  null empties the field
      * @return 0, 4, 15, or 16 for a field that the message does not have (also reported)
      */
     int SetFieldBSTR(char* message_type, char* field_name, char* new_value);
     /// Sets a date field from 8 characters YYYYMMDD. @return as SetFieldBSTR
     int SetFieldDATE(char* message_type, char* field_name, char* new_value);
-    /// Sets a field from a number of at most 32 bits. @return as SetFieldBSTR
+    /// Sets a field from a number. One that doesn't fit 32 bits is reported and leaves the field, with 16.
+    /// @return as SetFieldBSTR
     int SetFieldLONG(char* message_type, char* field_name, long new_value);
     /// Sets a field from an unsigned number. @return as SetFieldBSTR
     int SetFieldUINT(char* message_type, char* field_name, unsigned int new_value);
 
     /**
-     * @brief Stamps the message and queues it; waits first if send_msg_delay_millisec asks for a pause.
-     * @return 0, 4 or 15. It says nothing about the network: what is queued when a connection closes is dropped.
+     * @brief Stamps the message and queues it. Sleeps first, in the calling thread, if send_msg_delay_millisec asks
+     *        for a pause since the last one.
+     *
+     * An order gets machine, user, institution, date and hour of this client, and its number follows from its market
+     * (use_msg_code); it goes to the addressees of SendMessageTo and to the data managers. In all other messages the
+     * whole envelope is replaced, what was set in it is lost. A chat longer than a record of 3300 bytes is cut, which
+     * is reported.
+     *
+     * @return 0, 4 or 15. It says nothing about the network: what is queued when a connection closes is dropped, and
+     *         so is what is sent while there is none, or before the login of a new one has been sent.
      */
     int SendMessage(char* message_type);
 
     /**
-     * @brief Adds an addressee of the next order.
-     * @param address_data two characters of identifier, then the name; 150 bytes for all of one message's
+     * @brief Adds an addressee of the next order. Other messages have receivers of their own, and drop it.
+     * @param address_data two characters of identifier, then the name; 150 bytes for all of one message's, terminators
+     *                     counted. One that doesn't fit, or has less than two characters, is reported and left out
      * @return 0, always
      */
     int SendMessageTo(char* address_data);
@@ -251,16 +288,25 @@ public:
     // ---- Conditions on received messages -------------------------------------------------------------------------
 
     /**
-     * @brief Adds a condition that received messages of a kind must meet; before Login, and until Logout.
+     * @brief Adds a condition on the received messages of a kind: one that doesn't meet them never reaches the host,
+     *        and counts as done.
+     *
+     * Conditions are evaluated in the order in which they were added, comparisons first and the connective behind
+     * them: a, b, "&". Without a connective the last one alone decides. They hold until Logout, over reconnections and
+     * LogoutForce; add them before Login, or from any thread while messages come. Conditions on Tarnel and TarnelWh
+     * look at the message of that kind that the host composes, not at the received one.
+     *
      * @param message_type   name of the kind
-     * @param field_name     field to compare, or "&" or "|" to join the two results before it
-     * @param cond_operation "==", "=", "like" or "not like", any case
-     * @param eq_value       text to compare with
+     * @param field_name     path of the field to compare, any case; or "&" or "|", which join the two results before
+     * @param cond_operation "==" or "=", "like", "not like", any case; anything else never holds
+     * @param eq_value       text to compare with; of like: % is any run of characters, * and _ one, [abc] one of a set.
+     *                       One that begins with & or | makes the condition that connective
      * @return 0, 15 for an unknown kind, 16 for an unknown field; both are also reported
      */
     int AddLoginCondition(char* message_type, char* field_name, char* cond_operation, char* eq_value);
 
-    /// @return 1 if a message of number `message_t` is wanted, else 0. For the reader thread.
+    /// @return 1 if messages of number `message_t` are subscribed and the conditions accept this one, which lies in the
+    ///         reader's buffer; else 0. For the reader thread.
     int FitConditions(int message_t, CMessage* message);
 
     // ---- Callback wrappers -----------------------------------------------------------------------------------------
@@ -333,4 +379,5 @@ private:
     std::string last_error_msg;       // text of the last failure of Initialize or of the configuration readers
     std::mutex& mutex_lock;           // guards the mailboxes; lives as long as the process
     qapi::Master_Mutex& master_mutex; // one callback at a time; lives as long as the process
+    CFitFields& m_fit_fields;         // conditions on received messages; lives as long as the process
 };

@@ -25,6 +25,10 @@ constinit std::atomic<std::int64_t> L_last_tick{0};    // highest tick read sinc
 constinit Mutex anchor_lock; // held by whoever writes L_initial_time
 constinit Mutex date_lock;   // guards Glb_last_sent_date
 
+// The day that the running number belongs to. Glb_last_sent_date is of no use for that: a stored message of yesterday
+// moves it back, and numbers that start again within a day look like repeats to a server.
+char numbered_day[8 + 1] GUARDED_BY(date_lock) = "";
+
 struct Clock_Reading
 {
     std::int64_t tick;
@@ -140,8 +144,9 @@ void COMMON_Adjust_Time(long adjust_time)
     Glb_time_diff.store(adjust_time, std::memory_order_relaxed);
     char today[10];
     L_Get_Other_Date(0, today, nullptr);
-    if (std::strcmp(today, Glb_last_sent_date) != 0) {
-        std::memcpy(Glb_last_sent_date, today, sizeof Glb_last_sent_date);
+    std::memcpy(Glb_last_sent_date, today, sizeof Glb_last_sent_date);
+    if (std::strcmp(today, numbered_day) != 0) {
+        std::memcpy(numbered_day, today, sizeof numbered_day);
         Glb_last_sent_message_num.store(0, std::memory_order_relaxed);
     }
 }

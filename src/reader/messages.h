@@ -1,4 +1,9 @@
 // What becomes of a received message. The reader calls this with the message in the buffer of the views.
+//
+// A message of a kind that hosts receive (reader/mailboxes.h) is dropped if it was handled before, and passed over if
+// it isn't wanted; else it is put into its mailbox and announced. Changes of tables are announced unasked, if the host
+// has a mailbox for the table, and brought to the replicas behind that: the host hears of a deletion while the replica
+// still has the record. All other messages are steps of the session, or of no interest.
 #pragma once
 
 #include "message/message.h"

@@ -79,5 +79,5 @@ static_assert(offsetof(CABEZA_DFN, numero_dataserver) == 14 && offsetof(CABEZA_D
 static_assert(offsetof(CABEZA_DFN, milisegundo) == 38 && offsetof(CABEZA_DFN, sucursal) == 52);
 static_assert(offsetof(CABEZA_DFN, relleno_2_cabeza) == 80);
 
-// The template. Belongs to the thread that sends.
+// The template. Changes under the outbound lock (outbound/send_queue.h).
 extern CABEZA_DFN glb_cabeza_dfn;

@@ -200,7 +200,7 @@ int qapi::Run_Clock_Check(const char* envelope, int envelope_len, const char* me
     }
     stamp_and_pass(block);
     if (goes_on) {
-        Glb_Send_Mss->Collect(0, envelope, envelope_len, nullptr, nullptr);
+        Glb_Send_Mss->Collect(0, envelope, envelope_len, nullptr, CMSS_NO_EXTRA.data());
     }
     return DCON_MESSAGE_GOOD;
 }

@@ -4,6 +4,7 @@
 
 #include "system_seam.h"
 #include "thrct.h"
+#include "transport/inbound_door.h"
 
 #include <algorithm>
 #include <array>
@@ -55,7 +56,9 @@ private:
     // True with a record to send.
     bool Take()
     {
-        const int status = m_descr.pSend_Mss->Withdraw(m_record.data(), &m_len, nullptr, nullptr);
+        std::array<char, CMSS_EXTRA_LEN> extra{};
+        const int status = m_descr.pSend_Mss->Withdraw(m_record.data(), &m_len, nullptr, extra.data());
+        m_connection = Load_News(extra.data()).connection;
         m_stopped = m_stopped || status == TCP_SHUTTING_DOWN;
         return status >= 0 && status != TCP_SHUTTING_DOWN;
     }
@@ -89,12 +92,16 @@ private:
     bool Queue_One()
     {
         const auto len = static_cast<unsigned short>(m_len);
-        if (m_len == 0 || m_descr.DWsock.Queue_Record(m_record.data(), len) != 0) {
+        if (m_len == 0 || Is_Of_Another_Connection() || m_descr.DWsock.Queue_Record(m_record.data(), len) != 0) {
             return true;
         }
         m_descr.DWsock.Send_Queued();
         return m_descr.DWsock.Queue_Record(m_record.data(), len) != 0;
     }
+
+    // What was queued in the session of one connection is no business of the next. A record without a number belongs to
+    // whatever connection stands.
+    bool Is_Of_Another_Connection() { return m_connection != 0 && m_connection != m_descr.DWsock.Connection_Number(); }
 
     bool Take_Another() { return m_descr.pSend_Mss->Check_For_Any_Pkt_Without_Wait() != 0 && Take(); }
 
@@ -132,6 +139,7 @@ private:
     DCON_DESCR& m_descr;
     std::array<char, MESSAGE_TRANS_RECORD_SIZE> m_record;
     int m_len = 0;
+    std::uint32_t m_connection = 0; // that the record belongs to, 0 for any
     long m_wait = shortest_wait;
     bool m_stopped = false;
 };

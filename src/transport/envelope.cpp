@@ -31,7 +31,6 @@ static_assert(offsetof(MON_MESS_DESTR, mess_buff) == HEAD_FIX_LEN);
 static_assert(sizeof(MON_MESS_DESTR) <= std::numeric_limits<std::uint16_t>::max()); // what fits has a 16-bit length
 
 constexpr std::size_t length_len = 2; // bytes of a length field
-constexpr std::size_t group_head_len = 6;
 
 // ---- Building
 
@@ -84,7 +83,7 @@ std::size_t destinations_len(CDestinationsList* list)
     std::size_t total = 0;
     if (list != nullptr) {
         for_each_group(*list, [&total](const char*, std::size_t number, std::size_t size, const char*) {
-            total += group_head_len + number * size;
+            total += GROUP_HEAD_LEN + number * size;
         });
     }
     return total;
@@ -187,11 +186,16 @@ void send_packet(MON_MESS_DESTR& area, const char* message, int len, CDestinatio
     }
     if (identity == Glb_DS_Id && Glb_main_connected.load(std::memory_order_relaxed) != 0) {
         glb_num_sent_msgs.fetch_add(1, std::memory_order_relaxed);
-        Glb_Send_Mss->Collect(0, reinterpret_cast<const char*>(&area), envelope_len, nullptr, nullptr);
+        Glb_Send_Mss->Collect(0, reinterpret_cast<const char*>(&area), envelope_len, nullptr, CMSS_NO_EXTRA.data());
     }
 }
 
 } // namespace
+
+int DCON_Groups_Len(CDestinationsList* dest)
+{
+    return static_cast<int>(destinations_len(dest));
+}
 
 unsigned short DCON_Set_Header(MON_MESS_DESTR* out, const char* message, int len, CDestinationsList* dest, int priority)
 {

@@ -26,6 +26,7 @@ inline constexpr int HEAD_FIX_LEN = 12;      // bytes ahead of mess_buff
 inline constexpr int HEAD_FIX_DATA_LEN = 16; // bytes ahead of a message without addressees
 inline constexpr int MAX_MON_BUF_LEN = 4000;
 inline constexpr int ENVELOPE_TAIL_LEN = 3;
+inline constexpr int GROUP_HEAD_LEN = 6; // of a destination group, ahead of its elements
 
 inline constexpr std::uint16_t ENVIA_EQUIPO = 1;     // flags
 inline constexpr std::uint16_t MENSAJE_NORMAL = 100; // mess_type
@@ -47,6 +48,9 @@ static_assert(sizeof(MON_MESS_DESTR) == HEAD_FIX_LEN + MAX_MON_BUF_LEN);
 // doesn't fit into mess_buff is refused behind a report: the result is 0 and `out` is not to be sent.
 unsigned short DCON_Set_Header(MON_MESS_DESTR* out, const char* message, int len, CDestinationsList* dest,
                                int priority);
+
+// Bytes that the groups of these addressees take in an envelope.
+int DCON_Groups_Len(CDestinationsList* dest);
 
 // What DCON_Skip_Header found.
 inline constexpr int DCON_MESSAGE_DONE = 0; // a clock check that ended here: nobody else is to see it

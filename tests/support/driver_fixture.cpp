@@ -98,10 +98,12 @@ void DriverThreads::Join()
     }
 }
 
-void DriverThreads::Send(const std::string& message)
+void DriverThreads::Send_Of(unsigned connection, const std::string& message)
 {
     const std::string envelope = MakeEnvelope(message);
-    Glb_Send_Mss->Collect(0, envelope.data(), static_cast<int>(envelope.size()), nullptr, nullptr);
+    char extra[CMSS_EXTRA_LEN];
+    Store_News(extra, {.connection = connection, .host = 0});
+    Glb_Send_Mss->Collect(0, envelope.data(), static_cast<int>(envelope.size()), nullptr, extra);
 }
 
 TakenRecord DriverThreads::Next_Record()

@@ -66,7 +66,8 @@ public:
     void Join(); // throws when they haven't ended after a minute
 
     // Into the outbound ring, in an envelope.
-    static void Send(const std::string& message);
+    static void Send(const std::string& message) { Send_Of(0, message); }
+    static void Send_Of(unsigned connection, const std::string& message); // of the session over that connection
 
     // From the inbound ring. Waits; a minute without one throws.
     static TakenRecord Next_Record();

@@ -5,6 +5,7 @@
 #include "transport/dcon.h"
 
 #include <array>
+#include <thread>
 
 MarketSession::MarketSession()
 {
@@ -37,6 +38,17 @@ void MarketSession::bring_up()
 {
     peer.bring_up();
     ASSERT_TRUE(host.wait_for("connection 0"));
+}
+
+int MarketSession::log_out()
+{
+    std::thread market([this] {
+        peer.receive_until_closed();
+        peer.close();
+    });
+    const int result = host.Logout();
+    market.join();
+    return result;
 }
 
 bool MarketSession::hears_times(const std::string& line, int times)

@@ -19,6 +19,9 @@ protected:
     // To the steady state, and the host has heard of it.
     void bring_up();
 
+    // The market reads to the end and leaves, so that the host needn't wait for it.
+    int log_out();
+
     // The host has been told so often that it is connected.
     [[nodiscard]] bool connected(int times) { return hears_times("connection 0", times); }
     [[nodiscard]] bool hears_times(const std::string& line, int times);
