@@ -1,22 +1,22 @@
 #!/bin/bash
-# Runs the example host against a small server with two ports: connection, alive signal, a lost connection, another one
-# to the same port, and, when nobody listens there any more, rotation to the second port. Takes about half a minute,
-# since an alive signal is due behind 20 seconds of silence. Shows the running log that the session leaves behind.
+# Runs the example host against the demonstration market: a session comes up, messages arrive and are read by name, an
+# order and a chat go out and come back, the market drops the connection, and the host gets it back by itself. Takes a
+# few seconds. Shows the end of the running log that the session leaves behind.
 # Usage: demo.sh BUILD_DIRECTORY
 set -euo pipefail
 build=$(cd "$1" && pwd)
 scratch=$(mktemp -d)
-server_pid= host_pid=
+market_pid= host_pid=
 end() {
-    kill $server_pid $host_pid 2>/dev/null || true
+    kill $market_pid $host_pid 2>/dev/null || true
     rm -rf "$scratch"
 }
 trap end EXIT
 cd "$scratch"
 
 # Each program reads commands from a pipe of its own, and what it says is shown under its name.
-mkfifo server.in host.in
-exec {to_server}<>server.in {to_host}<>host.in
+mkfifo market.in host.in
+exec {to_market}<>market.in {to_host}<>host.in
 heading() { echo && echo "--- $*"; }
 show() { tee "$1.out" | sed -u "s/^/  $1  /"; }
 
@@ -29,34 +29,30 @@ wait_until() { # PROGRAM PATTERN [TIMES]: until the program has said so, that of
     echo "demo: $1 has not said \"$2\" within a minute" >&2
     exit 1
 }
-touch server.out host.out
+touch market.out host.out
 
-heading "a server listens at two ports, A and B"
-"$build/examples/echo_peer" 0 0 <server.in > >(show server) {to_server}>&- {to_host}>&- &
-server_pid=$!
-wait_until server '^[0-9]+ [0-9]+$'
-read -r port_a port_b < <(grep -E '^[0-9]+ [0-9]+$' server.out)
+heading "a market listens"
+"$build/examples/demo_market" <market.in > >(show market) {to_market}>&- {to_host}>&- &
+market_pid=$!
+wait_until market '^[0-9]+$'
+read -r port <market.out
 
-heading "a host logs in"
-"$build/examples/hello_host" "$scratch" "$port_a" "$port_b" <host.in > >(show host) {to_server}>&- {to_host}>&- &
+heading "a host logs in: tables come, then stored messages, then live ones; it sends an order and a chat"
+"$build/examples/trading_host" "$scratch" "$port" <host.in > >(show host) {to_market}>&- {to_host}>&- &
 host_pid=$!
-wait_until host 'Connected'
+wait_until host 'received Chat'
+wait_until market 'chat of U001'
+wait_until host 'received Posturas_Vigentes'
 
-heading "nobody has anything to say: behind 20 seconds the library sends an alive signal"
-wait_until server 'alive signal$'
-
-heading "the server drops the connection: it held for more than 15 seconds, so the next goes to the same port"
-echo a >&"$to_server"
-wait_until host 'Connected' 2
-
-heading "the server closes port A for good: four failed attempts later it is B's turn"
-echo A >&"$to_server"
-wait_until host 'Connected' 3
+heading "the market drops the connection: the library connects again, and all that belongs to a session starts anew"
+echo d >&"$to_market"
+wait_until host 'OnConnection: 0' 2
+wait_until host 'received Posturas_Vigentes' 2
 
 heading "the host logs out"
 echo q >&"$to_host"
 wait $host_pid
 sleep 0.3 # the last lines come through a pipe
 
-heading "qapi.log, made readable by qapi-log-view"
-"$build/tools/log_view/qapi-log-view" qapi.log
+heading "the end of qapi.log, made readable by qapi-log-view"
+"$build/tools/log_view/qapi-log-view" qapi.log | tail -n 20 | cut -c1-150

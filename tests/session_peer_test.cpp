@@ -139,6 +139,27 @@ TEST_F(SessionPeerTest, WhoAsksByHashGetsAllRecordsAndIsNotHeardAgain)
     EXPECT_THAT(Client_Got(), ElementsAre("L25", "I25", "z25"));
 }
 
+TEST_F(SessionPeerTest, WhatTheHostSendsWhileTheLogIsPlayedIsKeptForAfterwards)
+{
+    Client_Sends({Make(Order{.market = 5}), Empty(252, 83), Empty(575, 3823), Empty(213, 178), Make(Order{.market = 6}),
+                  Request('S', 71), Make(Order{.market = 7}), Empty(214, 178), Make(Order{.market = 8})});
+    peer.accept();
+    EXPECT_EQ(peer.play_log_rounds().size(), 1U);
+    EXPECT_EQ(peer.expect_order().market, 5);
+    peer.expect_chat();
+    EXPECT_EQ(peer.expect_order().market, 6);
+    EXPECT_EQ(TakeOrder(peer.receive_message_if_any()->message).market, 7);
+    EXPECT_EQ(peer.expect_order().market, 8);
+}
+
+TEST_F(SessionPeerTest, NothingOfTheHostMayComeAheadOfTheLogin)
+{
+    Client_Sends({Make(Order{}), Empty(201, 518)});
+    peer.accept();
+    EXPECT_EQ(ComplaintOf([this] { peer.expect_login(); }),
+              "the market expected message 201 and got 111 of 1504 bytes");
+}
+
 TEST_F(SessionPeerTest, WhatAStepPutBackIsForgottenWithItsConnection)
 {
     Client_Sends({Empty(213, 178), Empty(203, 983)});

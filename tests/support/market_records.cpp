@@ -68,7 +68,7 @@ Stamp take_stamp(RecordReader& reader)
 Stamp take_bare_stamp(std::string_view message, const std::string& what, int number, std::size_t size)
 {
     RecordReader reader(message, what, size);
-    const Stamp stamp = take_stamp(reader.expect_number(number));
+    Stamp stamp = take_stamp(reader.expect_number(number));
     reader.expect_nothing_else();
     return stamp;
 }

@@ -1,5 +1,7 @@
 #include "support/session_peer.h"
 
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -22,6 +24,21 @@ std::string names_of(const std::vector<std::uint16_t>& codes)
     return names;
 }
 
+std::string expected(const std::string& message, int number)
+{
+    if (NumberOf(message) != number) {
+        complain("expected message " + std::to_string(number) + " and got " + message.substr(0, 3) + " of " +
+                 std::to_string(message.size()) + " bytes");
+    }
+    return message;
+}
+
+bool comes_from_the_host(int number)
+{
+    constexpr std::array numbers{111, 113, 121, 133, 134, 575};
+    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
 bool asks_for_a_table(const TableRequest& request)
 {
     return request.letter == 'S' || request.letter == 'Q';
@@ -36,10 +53,10 @@ const std::vector<std::uint16_t>& SessionPeer::feed_tables()
     return codes;
 }
 
-// What was put back belongs to the connection before.
+// What was kept belongs to the connection before.
 void SessionPeer::accept()
 {
-    m_put_back.reset();
+    m_kept.clear();
     TestPeer::accept();
 }
 
@@ -47,18 +64,45 @@ void SessionPeer::accept()
 
 WireEnvelope SessionPeer::receive_message()
 {
-    m_last = m_put_back ? *std::exchange(m_put_back, std::nullopt) : TestPeer::receive_message();
+    if (m_kept.empty()) {
+        m_last = TestPeer::receive_message();
+    } else {
+        m_last = std::move(m_kept.front());
+        m_kept.pop_front();
+    }
     return m_last;
+}
+
+std::optional<WireEnvelope> SessionPeer::receive_message_if_any()
+{
+    if (!m_kept.empty()) {
+        return receive_message();
+    }
+    auto envelope = TestPeer::receive_message_if_any();
+    m_last = envelope.value_or(m_last);
+    return envelope;
 }
 
 std::string SessionPeer::expect(int number)
 {
-    std::string message = receive_message().message;
-    if (NumberOf(message) != number) {
-        complain("expected message " + std::to_string(number) + " and got " + message.substr(0, 3) + " of " +
-                 std::to_string(message.size()) + " bytes");
+    return expected(receive_message().message, number);
+}
+
+// Keeps what comes from the host. Nothing but that may have been kept before.
+WireEnvelope SessionPeer::Next_Of_Session()
+{
+    for (;;) {
+        m_last = TestPeer::receive_message();
+        if (!comes_from_the_host(NumberOf(m_last.message))) {
+            return m_last;
+        }
+        m_kept.push_back(m_last);
     }
-    return message;
+}
+
+std::string SessionPeer::Expect_Of_Session(int number)
+{
+    return expected(Next_Of_Session().message, number);
 }
 
 // ---- The whole exchange --------------------------------------------------------------------------------------------
@@ -121,37 +165,31 @@ void SessionPeer::end_tables(const std::vector<std::uint16_t>& codes)
 std::vector<TableRequest> SessionPeer::serve_primary_tables()
 {
     TakeTablesRequest(expect(213));
-    return Serve_Until(203);
+    std::vector<TableRequest> requests = Serve_Until(203);
+    m_kept.push_front(m_last);
+    return requests;
 }
 
 std::vector<TableRequest> SessionPeer::serve_secondary_tables()
 {
-    TakeTablesRequest(expect(213));
+    TakeTablesRequest(Expect_Of_Session(213));
     std::vector<TableRequest> requests = Serve_Until(214);
-    TakeTablesRequestEnd(expect(214));
+    TakeTablesRequestEnd(m_last.message);
     return requests;
 }
 
-// The message of that number stays to be received.
+// The message of that number is the last one then.
 std::vector<TableRequest> SessionPeer::Serve_Until(int number)
 {
     std::vector<TableRequest> requests;
-    for (;;) {
-        WireEnvelope envelope = receive_message();
-        if (NumberOf(envelope.message) == number) {
-            m_put_back = std::move(envelope);
-            return requests;
-        }
-        if (NumberOf(envelope.message) != 888) {
-            complain("expected table requests up to " + std::to_string(number) + " and got " +
-                     envelope.message.substr(0, 3));
-        }
-        const TableRequest request = TakeTableRequest(envelope.message);
+    while (NumberOf(Next_Of_Session().message) != number) {
+        const TableRequest request = TakeTableRequest(expected(m_last.message, 888));
         if (asks_for_a_table(request)) {
             Serve(request);
             requests.push_back(request);
         }
     }
+    return requests;
 }
 
 // Whoever asks by hash learns that no record of it is known here, and gets all of them; what it asks for behind that
@@ -198,7 +236,7 @@ void SessionPeer::send_log_round(const std::vector<std::string>& messages)
 
 void SessionPeer::expect_next_log_request()
 {
-    TakeNextLogRequest(expect(252));
+    TakeNextLogRequest(Expect_Of_Session(252));
 }
 
 std::vector<TableRequest> SessionPeer::play_log_rounds()

@@ -2,6 +2,9 @@
 // then whatever the test wants. Each verb is one step of the exchange, so that a test can stop, fail or go wrong behind
 // any of them; bring_up() is all of them.
 //
+// What the host sends while the log is played (orders, chats) is kept for afterwards: a host may send as soon as it has
+// heard OnConnection.
+//
 // The client's side of it, in order: login (201); 213 and a request for each primary table; log request (203), presence
 // (888), version (253); 252 behind the first round of the log; behind the second one 213, a request for each secondary
 // table, and 214.
@@ -13,6 +16,7 @@
 #include "support/test_peer.h"
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -80,12 +84,16 @@ public:
     std::string expect(int number);
     [[nodiscard]] const WireEnvelope& last() const { return m_last; } // of the last message: addressees, priority
 
-    WireEnvelope receive_message(); // TestPeer's, behind what a step has put back
+    // TestPeer's, behind what a step has kept or put back.
+    WireEnvelope receive_message();
+    std::optional<WireEnvelope> receive_message_if_any();
 
 private:
+    WireEnvelope Next_Of_Session();
+    std::string Expect_Of_Session(int number);
     std::vector<market::TableRequest> Serve_Until(int number);
     void Serve(const market::TableRequest& request);
 
     WireEnvelope m_last;
-    std::optional<WireEnvelope> m_put_back;
+    std::deque<WireEnvelope> m_kept; // ahead of what is on the wire
 };
