@@ -8,7 +8,7 @@ namespace market {
 
 namespace {
 
-constexpr std::size_t body = 83; // behind the number (3) and the envelope (80)
+constexpr std::size_t message_body = 83; // behind the number (3) and the envelope (80)
 constexpr std::size_t table_body = 22;
 constexpr std::size_t order_size = 1504;
 constexpr std::size_t order_data = 87;
@@ -426,7 +426,7 @@ LogRequest TakeLogRequest(std::string_view message)
     RecordReader reader(message, "a log request", log_request_size);
     reader.expect_number(203);
     LogRequest request{.stamp = take_stamp(reader), .entries = {}};
-    for (std::size_t at = body; at < log_request_size && message[at] != '\0'; at += log_entry_len) {
+    for (std::size_t at = message_body; at < log_request_size && message[at] != '\0'; at += log_entry_len) {
         request.entries.push_back({.log = reader.letter(at),
                                    .server = reader.text(at + 1, 2),
                                    .date = reader.text(at + 3, 8),
@@ -448,7 +448,7 @@ Stamp TakeTablesRequestEnd(std::string_view message)
 
 Stamp TakeNextLogRequest(std::string_view message)
 {
-    return take_bare_stamp(message, "a request for the next log", 252, body);
+    return take_bare_stamp(message, "a request for the next log", 252, message_body);
 }
 
 Version TakeVersion(std::string_view message)
