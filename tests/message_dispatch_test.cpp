@@ -167,7 +167,7 @@ TEST_F(MessageDispatchTest, NumbersBeyondThreeDigitsAndBelowZeroAreNoRow)
     for (const int number : {-1, -575, -2147483647 - 1, 1000, 65536 + 575, 2147483647}) {
         std::array<char, 20> extra{};
         Act_On_Message(number, {"D", extra.data(), 1});
-        EXPECT_EQ(Is_Wanted(number, &*Glb_cur_order_msg), 0);
+        EXPECT_EQ(Fit_Conditions(number, nullptr), 0);
     }
     EXPECT_EQ(waiting_in_all(), 0);
 }
