@@ -4,6 +4,7 @@
 
 #include "qcapi/log.h"
 #include "qcapi/session.h"
+#include "reader/conditions.h"
 
 #include <optional>
 #include <set>

@@ -197,23 +197,21 @@ TEST_F(SendingThreads, ALoginIsTheFirstOfItsConnection)
     EXPECT_EQ(current, 99U);
 }
 
-TEST_F(SendingThreads, TheUsersNameIsReadWhole)
+TEST_F(SendingThreads, NameAndPasswordAreReadWholeAndTogether)
 {
+    Take_Credentials("bbbb", "bbbb");
     std::thread logs_in([] {
         for (int i = 0; i < many; ++i) {
-            CONF_Set_User_Name(i % 2 == 0 ? "aaaaaaaaaa" : "bbbb");
-            CONF_Set_Password(i % 2 == 0 ? "aaaaaaaaaaaaaaaa" : "bbbb");
+            Take_Credentials(i % 2 == 0 ? "aaaaaaaaaa" : "bbbb", i % 2 == 0 ? "aaaaaaaaaaaaaaaa" : "bbbb");
         }
     });
-    CONF_Set_User_Name("bbbb");
     for (int i = 0; i < many; ++i) {
-        const std::string name = CONF_User_Name().data();
-        EXPECT_TRUE(name == "aaaaaaaaaa" || name == "bbbb") << name;
-        const std::string password = CONF_Password().data();
-        EXPECT_TRUE(password.empty() || password == "aaaaaaaaaaaaaaaa" || password == "bbbb") << password;
+        const Credentials seen = Copy_Credentials();
+        const bool old_ones = seen.user_name == "bbbb" && seen.password == "bbbb";
+        const bool new_ones = seen.user_name == "aaaaaaaaaa" && seen.password == "aaaaaaaaaaaaaaaa";
+        EXPECT_TRUE(old_ones || new_ones) << seen.user_name << " " << seen.password;
     }
     logs_in.join();
-    CONF_Set_Password("");
 }
 
 } // namespace
