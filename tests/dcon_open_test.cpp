@@ -64,7 +64,7 @@ TEST_F(OpenConnectionTest, TimeOutsOfAConnectionThatWentAreNotTheNextOnes)
     Step(12);
     EXPECT_FALSE(peer.has_unread());
     DCON_Set_Expire_Time(*descr, Connections(), 40);
-    Step(2);
+    Step(12);
     EXPECT_TRUE(peer.receive_frame().is_alive_signal());
 }
 

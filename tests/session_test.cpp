@@ -245,6 +245,7 @@ TEST_F(SessionRunTest, ALostConnectionIsBroughtUpAgainFromEveryStep)
         for (std::size_t step = 0; step <= last; ++step) {
             steps[step]();
         }
+        EXPECT_TRUE(hears_times("status 21 Connected", static_cast<int>(last) + 1));
         peer.reset();
         EXPECT_TRUE(hears_times("status 20 Disconnected", static_cast<int>(last) + 1));
     }
