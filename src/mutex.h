@@ -1,9 +1,9 @@
 // A mutex whose rules the compiler can check: clang's -Wthread-safety reads these annotations, other compilers skip
-// them. Lock order, outermost first: master_mutex, mutex_lock, The_Replica_Mutex, The_Outbound_Mutex, a
-// ring's m_lock_collect or m_lock_withdraw, a ring's m_lock. Under mutex_lock, The_Replica_Mutex and The_Outbound_Mutex no host is called; the locks of layouts and
-// of things made at first use may be taken there, and under those no lock of this list. The log's file lock may
-// be taken under The_Replica_Mutex, never the other way round; it and DCON_lock may be held while taking a ring's
-// locks.
+// them. Lock order, outermost first: master_mutex, mutex_lock, the conditions' lock, The_Replica_Mutex,
+// The_Outbound_Mutex, a ring's m_lock_collect or m_lock_withdraw, a ring's m_lock. From mutex_lock on no host is called
+// under a lock; the locks of layouts and of things made at first use may be taken there, and under those no lock of
+// this list. The log's file lock may be taken under The_Replica_Mutex, never the other way round; it and DCON_lock may
+// be held while taking a ring's locks. L_proc_messages, the pacer's lock and that of name and password are leaves.
 #pragma once
 
 #include <mutex>

@@ -373,6 +373,18 @@ TEST_F(SendQueue, AChatIsCutToWhatARecordHolds)
     EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 A sent message is longer with 552 than the maximum allowed"));
 }
 
+TEST_F(SendQueue, AChatThatLosesNothingButZerosIsCutWithoutAWord)
+{
+    CMsgChat chat;
+    std::memset(chat.m_data + 83, 'c', 3271 - 83);
+    Put(chat);
+    EXPECT_EQ(Sent().data.size(), 3300U);
+    EXPECT_THAT(ReportTexts::Take(), IsEmpty());
+    chat.m_data[3271] = 'c';
+    Put(chat);
+    EXPECT_EQ(ReportTexts::Take().size(), 1U);
+}
+
 TEST_F(SendQueue, AddresseesOfAnythingButAnOrderAreNotLookedAt)
 {
     CDestinationsList addressees{NORMAL_DEST};

@@ -84,14 +84,20 @@ CDestinationsList& destination_of(const SendRow& row, CDestinationsList* address
     }
 }
 
-// What a ring's record can't hold would be cut there, and the envelope's lengths be wrong.
-int length_that_fits(int message_len, CDestinationsList& destination) REQUIRES(The_Outbound_Mutex)
+// What a ring's record can't hold would be cut there, and the envelope's lengths be wrong. A chat always has bytes that
+// are cut, and it is told when they say something: its receiver reads zeros there in any case.
+int length_that_fits(const CMessage& message, CDestinationsList& destination) REQUIRES(The_Outbound_Mutex)
 {
     const int room = record_room - DCON_Groups_Len(&destination);
-    if (message_len > room) {
-        COMMON_Put_Syslog_Message(1, "A sent message is longer with %d than the maximum allowed", message_len - room);
+    const int excess = message.m_data_len - room;
+    if (excess <= 0) {
+        return message.m_data_len;
     }
-    return std::min(message_len, room);
+    const char* cut = message.m_data + room;
+    if (std::any_of(cut, cut + excess, [](char c) { return c != '\0'; })) {
+        COMMON_Put_Syslog_Message(1, "A sent message is longer with %d than the maximum allowed", excess);
+    }
+    return room;
 }
 
 // ---- Queue -----------------------------------------------------------------------------------------------------
@@ -115,7 +121,7 @@ void queue(int framed_len, bool is_persistent) REQUIRES(The_Outbound_Mutex)
 void frame_and_queue(CMessage& message, const SendRow& row, CDestinationsList* addressees) REQUIRES(The_Outbound_Mutex)
 {
     CDestinationsList& destination = destination_of(row, addressees, message.m_data_len);
-    const int len = length_that_fits(message.m_data_len, destination);
+    const int len = length_that_fits(message, destination);
     const int framed_len = DCON_Set_Header(&COM_msg_area, message.m_data, len, &destination, send_priority);
     if (framed_len == 0) {
         return;
