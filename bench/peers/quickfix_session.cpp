@@ -23,13 +23,13 @@ public:
     void onLogout(const FIX::SessionID&) override {}
     void toAdmin(FIX::Message&, const FIX::SessionID&) override {}
     void toApp(FIX::Message&, const FIX::SessionID&) throw(FIX::DoNotSend) override {}
-    void fromAdmin(const FIX::Message&, const FIX::SessionID&)
-        throw(FIX::FieldNotFound, FIX::IncorrectDataFormat, FIX::IncorrectTagValue, FIX::RejectLogon) override
+    void fromAdmin(const FIX::Message&, const FIX::SessionID&) throw(FIX::FieldNotFound, FIX::IncorrectDataFormat,
+                                                                     FIX::IncorrectTagValue, FIX::RejectLogon) override
     {
     }
-    void fromApp(const FIX::Message& message, const FIX::SessionID&)
-        throw(FIX::FieldNotFound, FIX::IncorrectDataFormat, FIX::IncorrectTagValue,
-               FIX::UnsupportedMessageType) override
+    void fromApp(const FIX::Message& message, const FIX::SessionID&) throw(FIX::FieldNotFound, FIX::IncorrectDataFormat,
+                                                                           FIX::IncorrectTagValue,
+                                                                           FIX::UnsupportedMessageType) override
     {
         FIX::ClOrdID code;
         FIX::Side side;

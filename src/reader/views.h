@@ -67,7 +67,8 @@ extern ProcessLifetime<ReceiveBuffer> The_Receive_Buffer;
 using qapi::The_Receive_Buffer;
 char* Glb_cur_msg_buffer();
 
-#define QAPI_DECLARE(view, record) extern ProcessLifetime<record> view;
+#define QAPI_DECLARE(view, record)                                                                                     \
+    extern ProcessLifetime<record> view; // NOLINT(bugprone-macro-parentheses): the name of a type
 QAPI_VIEWS(QAPI_DECLARE)
 #undef QAPI_DECLARE
 
