@@ -166,6 +166,17 @@ TEST_F(ExchangeTest, AnOpenedConnectionIsToldLoggedInAndRidOfTwoFiles)
     EXPECT_EQ(Glb_Proc_Flag, 0x45U);
 }
 
+TEST_F(ExchangeTest, TheLogTellsTheStepsOfAnOpening)
+{
+    Start();
+    Session_Opened(9, 0, 'D');
+    auto lines = Bodies();
+    std::erase_if(lines, [](const std::string& line) { return line.starts_with("SM-"); }); // the login's own copy
+    EXPECT_THAT(lines, ElementsAre("RO" + std::string("D-Status changed to opened connection"),
+                                   "ER-Status changed to opened connection reported", "ER-Sending login requirements",
+                                   "ER-Login requirements sent"));
+}
+
 TEST_F(ExchangeTest, TheServerIsTheOneOfTheHostsIndex)
 {
     COMMON_Set_Code_Data_Servers_List(1, "DSXY");
@@ -506,6 +517,37 @@ TEST_F(ExchangeTest, EmptyRequestsAreEnvelopesAndFillers)
     EXPECT_EQ(messages[0].size(), 83U);
     EXPECT_EQ(messages[1].substr(0, 3) + body_of(messages[1]), "213" + std::string(95, '\0'));
     EXPECT_EQ(messages[2].substr(0, 3) + body_of(messages[2]), "214" + std::string(95, '\0'));
+}
+
+// Envelope: bytes of addressees at 12, message behind them and two bytes of length; its own envelope behind the number.
+TEST_F(ExchangeTest, AStoredMessageIsTurnedToTheServerInUse)
+{
+    std::memcpy(Glb_Current_DS, "DSXY", 4);
+    for (const int addressees : {0, 10, 127}) {
+        std::string stored(static_cast<std::size_t>(16 + addressees + 3 + 80), '.');
+        stored[12] = static_cast<char>(addressees);
+        stored[13] = '\0';
+        const std::size_t header = 16 + static_cast<std::size_t>(addressees) + 3;
+        const std::string expected = Bytes(stored).put(header + 5, "S").put(header + 8, "XY");
+        EXPECT_TRUE(Readdress(stored.data(), static_cast<int>(stored.size())));
+        EXPECT_EQ(stored, expected);
+    }
+}
+
+TEST_F(ExchangeTest, WhatIsNoStoredMessageStaysAsItIs)
+{
+    for (const char* addressees : {"\x80\x00", "\xff\xff", "\x00\x01"}) {
+        std::string stored(400, '.');
+        std::memcpy(stored.data() + 12, addressees, 2);
+        const std::string before = stored;
+        EXPECT_FALSE(Readdress(stored.data(), 400));
+        EXPECT_EQ(stored, before);
+    }
+    std::string cut(400, '\0');
+    for (const int len : {0, 15, 16, 28}) {
+        EXPECT_FALSE(Readdress(cut.data(), len));
+    }
+    EXPECT_TRUE(Readdress(cut.data(), 29));
 }
 
 TEST_F(ExchangeTest, NothingIsStoredToBeSentAgain)

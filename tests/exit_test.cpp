@@ -15,8 +15,9 @@
 #include <thread>
 
 // Threads that a process leaves running at its end are what these tests are about.
-extern "C" const char* __tsan_default_options(); // NOLINT(bugprone-reserved-identifier): the sanitizer's own name
-extern "C" const char* __tsan_default_options()  // NOLINT(bugprone-reserved-identifier)
+extern "C" __attribute__((visibility("default"))) const char*
+__tsan_default_options();                       // NOLINT(bugprone-reserved-identifier): the sanitizer's own name
+extern "C" const char* __tsan_default_options() // NOLINT(bugprone-reserved-identifier)
 {
     return "report_thread_leaks=0";
 }

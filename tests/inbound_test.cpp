@@ -427,6 +427,16 @@ TEST_F(PreviousDate, ThatIsAnsweredLetsTheSessionGoOn)
     EXPECT_FALSE(host.has(refused_date));
 }
 
+TEST_F(PreviousDate, ThatWasAnsweredOnceDoesNotEndTheSessionAgain)
+{
+    Glb_Status_Init_Ask_Log = 1;
+    Glb_Prev_Date_Log_Req_Successfullty = 1;
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
+    read(ReadingHost::Process_Messages);
+    EXPECT_TRUE(host.has(stopped));
+    EXPECT_FALSE(host.has(refused_date));
+}
+
 TEST_F(PreviousDate, EndsTheSessionThoughTheHostDeletesTheObjectOnTheWay)
 {
     auto other = std::make_unique<ReadingHost>();

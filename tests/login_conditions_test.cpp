@@ -440,38 +440,50 @@ TEST_F(LoginConditionsTest, AFieldThatTheKindDoesNotHaveIsIllegal)
     EXPECT_EQ(fits(chat), 1) << "nothing was added";
 }
 
-TEST_F(LoginConditionsTest, EachKindIsComparedThroughItsOwnObject)
+TEST_F(LoginConditionsTest, EachKindTakesConditionsOnItsOwnFields)
 {
     struct Row
     {
         const char* kind;
         const char* field;
-        CMessage* object;
     };
-    for (const Row& row : {Row{"Precios_Montos_Transados", "precio_hoy", &*Glb_cur_htramhoy_msg},
-                           Row{"Orden_Transaccion", "precio", &*Glb_cur_order_msg},
-                           Row{"Mantenimiento_Transacciones", "transmm_precio", &*Glb_cur_transmon_msg},
-                           Row{"Orden_Transaccion_RFQ", "precio", &*Glb_cur_order_msg},
-                           Row{"Historia_Posturas", "precio", &*Glb_cur_logordertable_msg},
-                           Row{"Mantenimiento_Transaccion_Renta_Fija", "precio_1", &*Glb_cur_mnt_trans_renta_fija_msg},
-                           Row{"Tarnel", "currency_pair", &*Glb_send_tarnel_msg},
-                           Row{"TarnelWh", "trade_id", &*Glb_send_tarnelwh_msg},
-                           Row{"Instruccion_De_Pago", "mercado_ip", &*Glb_cur_payinst_msg},
-                           Row{"Precios_Por_Hora", "secuencial", &*Glb_cur_histmhoy_msg},
-                           Row{"Precios_Por_Hora_Por_Plazo", "precio_medio", &*Glb_cur_histmtermhoy_msg},
-                           Row{"Login", "&", &*Glb_cur_login_msg},
-                           Row{"Log_Req", "&", &*Glb_cur_log_req_msg},
-                           Row{"Log_Begin", "&", &*Glb_cur_log_begin},
-                           Row{"Log_End", "&", &*Glb_cur_log_end},
-                           Row{"Next_Log_Req", "&", &*Glb_cur_next_log_req},
-                           Row{"Precios_Promedio_Compra", "precio_promedio_compra", &*Glb_cur_avgpurchaseprice_msg},
-                           Row{"Precios_Por_Hora_Am_Pm", "precio_cierre", &*Glb_cur_histmampmhoy_msg},
-                           Row{"Chat", "texto", &*Glb_cur_chat_msg},
-                           Row{"Fin_Transaccion", "monto_total", &*Glb_cur_endtransaction_msg}}) {
+    for (const Row& row : {Row{"Precios_Montos_Transados", "precio_hoy"},
+                           Row{"Orden_Transaccion", "precio"},
+                           Row{"Mantenimiento_Transacciones", "transmm_precio"},
+                           Row{"Orden_Transaccion_RFQ", "precio"},
+                           Row{"Historia_Posturas", "precio"},
+                           Row{"Mantenimiento_Transaccion_Renta_Fija", "precio_1"},
+                           Row{"Tarnel", "currency_pair"},
+                           Row{"TarnelWh", "trade_id"},
+                           Row{"Instruccion_De_Pago", "mercado_ip"},
+                           Row{"Precios_Por_Hora", "secuencial"},
+                           Row{"Precios_Por_Hora_Por_Plazo", "precio_medio"},
+                           Row{"Login", "&"},
+                           Row{"Log_Req", "&"},
+                           Row{"Log_Begin", "&"},
+                           Row{"Log_End", "&"},
+                           Row{"Next_Log_Req", "&"},
+                           Row{"Precios_Promedio_Compra", "precio_promedio_compra"},
+                           Row{"Precios_Por_Hora_Am_Pm", "precio_cierre"},
+                           Row{"Chat", "texto"},
+                           Row{"Fin_Transaccion", "monto_total"}}) {
         EXPECT_EQ(add(row.kind, row.field, "=", "1"), 0) << row.kind;
-        EXPECT_EQ(Glb_cur_message_ptr, row.object) << row.kind;
     }
     EXPECT_THAT(host.lines(), IsEmpty());
+}
+
+TEST_F(LoginConditionsTest, AddingLeavesTheMessageThatIsComposed)
+{
+    Glb_cur_message_ptr = &*Glb_send_order_msg;
+    EXPECT_EQ(add("Chat", "texto", "=", "x"), 0);
+    EXPECT_EQ(Glb_cur_message_ptr, &*Glb_send_order_msg);
+    Glb_cur_message_ptr = nullptr;
+}
+
+TEST_F(LoginConditionsTest, WhatTheHostComposesTakesNoPath)
+{
+    EXPECT_EQ(add("Tarnel", "codigo_primaryuser.data_code", "=", "1"), 16);
+    EXPECT_EQ(add("TarnelWh", "trade_id[1]", "=", "1"), 16);
 }
 
 TEST_F(LoginConditionsTest, AReceivedFieldIsCompared)

@@ -364,25 +364,48 @@ TEST_F(MessageAccessTest, ACopyOfTheTakenRecordIsBoundedByBoth)
     receive_chat("good morning");
     host.take("Chat", 1);
     CMsgEndTransaction shorter;
-    ASSERT_TRUE(Copy_Taken_Record(shorter));
+    ASSERT_TRUE(Copy_Taken_Record(shorter, Taken_Kind()));
     EXPECT_EQ(std::string(shorter.m_data, 3), "575");
     CMsgChat same;
-    ASSERT_TRUE(Copy_Taken_Record(same));
+    ASSERT_TRUE(Copy_Taken_Record(same, Taken_Kind()));
     EXPECT_STREQ(same[TEXTO_CHAT].Get_Ptr(), "good morning");
     Want(879);
     receive(MessageBytes::Of(879).Put(83, std::string(40, 'x')));
     host.take("Fin_Transaccion", 2);
     std::fill_n(same.m_data, same.Buffer_Size(), '#');
-    ASSERT_TRUE(Copy_Taken_Record(same));
+    ASSERT_TRUE(Copy_Taken_Record(same, Taken_Kind()));
     EXPECT_EQ(std::string(same.m_data, 3), "879");
     EXPECT_EQ(std::string(same.m_data + 123, static_cast<std::size_t>(same.Buffer_Size() - 123)),
               std::string(static_cast<std::size_t>(same.Buffer_Size() - 123), '\0'));
 }
 
+TEST_F(MessageAccessTest, ACopyOfAnotherKindThanWasMeantIsNotMade)
+{
+    receive_chat("good morning");
+    host.take("Chat", 1);
+    const Kind before = Taken_Kind();
+    Want(879);
+    receive(MessageBytes::Of(879));
+    host.take("Fin_Transaccion", 2);
+    CMsgChat copy;
+    EXPECT_FALSE(Copy_Taken_Record(copy, before));
+    EXPECT_TRUE(Copy_Taken_Record(copy, Taken_Kind()));
+}
+
+TEST_F(MessageAccessTest, AReplyKeepsTheIdxThatTheHostWasShown)
+{
+    Want_Table(1071, 1);
+    receive(MessageBytes::Of_Table('I', 1071, 5, "x"));
+    ASSERT_EQ(host.take("Posturas_Vigentes", 1), 0);
+    EXPECT_EQ(host.GetFieldLONG(std::string("codigo_unico_registro").data()), 5);
+    ASSERT_EQ(host.compose(""), 0);
+    EXPECT_STREQ(host.GetSField(std::string("codigo_unico_registro").data(), nullptr), "5");
+}
+
 TEST_F(MessageAccessTest, WithoutATakenRecordThereIsNoCopy)
 {
     CMsgChat copy;
-    EXPECT_FALSE(Copy_Taken_Record(copy));
+    EXPECT_FALSE(Copy_Taken_Record(copy, Taken_Kind()));
     EXPECT_EQ(Taken_Kind().number, 0);
 }
 

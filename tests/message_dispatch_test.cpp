@@ -263,16 +263,26 @@ TEST_F(MessageDispatchTest, AShortMessageBehindALongOneHasNothingOfIt)
     EXPECT_EQ(field("texto").bytes, "short" + std::string(2048 - 5 + 1, '\0'));
 }
 
-TEST_F(MessageDispatchTest, ANumberIsTheRecordsOwnThoughItsViewIsMadeForIt)
+TEST_F(MessageDispatchTest, ANumberIsTheRecordsOwnWhateverItsClass)
 {
     Want(114);
     Want(121);
-    receive(MessageBytes::Of(121)); // the first record of the process: its view is made now
+    receive(MessageBytes::Of(121));
     receive(MessageBytes::Of(114));
     ASSERT_EQ(host.take("Orden_Transaccion", 1), 0);
     EXPECT_EQ(taken(0, 3), "121");
     ASSERT_EQ(host.take("Historia_Posturas", 2), 0);
     EXPECT_EQ(taken(0, 3), "114");
+}
+
+TEST_F(MessageDispatchTest, ValuesThatOtherViewsKeptAreNotTheNextRecords)
+{
+    receive_chat("good morning");
+    const int before = (*Glb_cur_chat_msg)[NUMERO_RECEPTORES_CHAT];
+    EXPECT_EQ(before, 0);
+    receive(MessageBytes::Of(chat).Put(
+        static_cast<std::size_t>((*Glb_cur_chat_msg)[NUMERO_RECEPTORES_CHAT].m_displacement), "  7"));
+    EXPECT_NE(static_cast<int>((*Glb_cur_chat_msg)[NUMERO_RECEPTORES_CHAT]), before);
 }
 
 TEST_F(MessageDispatchTest, ValuesThatWereReadOfOneRecordAreNotTheNextOnes)

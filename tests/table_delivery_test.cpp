@@ -225,6 +225,43 @@ TEST_F(TableDeliveryTest, AChangeThatEndsInItsHeaderIsSafe)
     EXPECT_THAT(take_lines(), ElementsAre(announced(order, 1), announced(order, 2)));
 }
 
+// Nothing is awaited, so whoever counts an end complains.
+TEST_F(TableDeliveryTest, AnEndOfSummariesIsCountedAndOneOfOrdersIsNot)
+{
+    Want_Table(1071, 1);
+    Want_Table(1072, 2);
+    receive(MessageBytes::Of_Table('z', 1071, 0));
+    EXPECT_THAT(take_lines(), IsEmpty());
+    receive(MessageBytes::Of_Table('z', 1072, 0));
+    EXPECT_THAT(take_lines(), testing::Contains(testing::HasSubstr("waiting reference variable is zero (2)")));
+}
+
+TEST_F(TableDeliveryTest, OrdersAndSummariesInForceHaveNoReplica)
+{
+    const unsigned before = Glb_Not_Applied_Mss;
+    Want_Table(1071, 1);
+    Want_Table(1072, 2);
+    for (const char letter : {'I', 'A', 'C', 'B', 'z'}) {
+        receive(MessageBytes::Of_Table(letter, 1071, 1));
+        receive(MessageBytes::Of_Table(letter, 1072, 1));
+    }
+    EXPECT_EQ(Glb_Not_Applied_Mss, before);
+}
+
+// A value that was read stays with a view until it is told of new bytes.
+TEST_F(TableDeliveryTest, ValuesOfTheRecordBeforeAreNotShown)
+{
+    Want_Table(1031, 14);
+    CGTVoiceGroup& view = *Glb_cur_voicegroup;
+    receive(MessageBytes::Of_Table('I', 1031, 5, "G001"));
+    EXPECT_EQ(static_cast<unsigned>(view[REC_IDX]), 5U);
+    EXPECT_EQ(static_cast<char>(view[I_OP]), 'I');
+    receive(MessageBytes::Of_Table('B', 1031, 7));
+    ASSERT_EQ(host.take("Grupos_Vigentes", 2), 0);
+    EXPECT_EQ(host.GetFieldLONG(std::string("codigo_unico_registro").data()), 7);
+    EXPECT_EQ(static_cast<unsigned>(view[REC_IDX]), 7U);
+}
+
 TEST_F(TableDeliveryTest, FourOperationsReachHosts)
 {
     int reach = 0;

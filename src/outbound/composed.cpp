@@ -83,21 +83,28 @@ bool is_empty(const char* text)
 
 } // namespace
 
-int Locate_Record(char* message_type, int* message_type_code)
+Located qapi::Locate(const char* message_type)
 {
     if (CQcApi::initialize_flag == QAPI_NOT_INITIALIZED) {
-        return QAPI_ERR_NOT_INITIALIZED_YET;
+        return {QAPI_ERR_NOT_INITIALIZED_YET, {}, nullptr};
     }
-    const Kind kind = is_empty(message_type) ? Taken_Kind() : Kind_Of(message_type);
-    if (message_type_code != nullptr) {
-        *message_type_code = kind.number;
-    }
-    CMessage* object = object_of(kind);
-    if (object == nullptr) {
+    Located located{0, is_empty(message_type) ? Taken_Kind() : Kind_Of(message_type), nullptr};
+    located.message = object_of(located.kind);
+    if (located.message == nullptr) {
         COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
                                   is_empty(message_type) ? "" : message_type);
-        return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
+        located.code = QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
+        return located;
     }
-    Glb_cur_message_ptr = object;
-    return 0;
+    Glb_cur_message_ptr = located.message;
+    return located;
+}
+
+int Locate_Record(char* message_type, int* message_type_code)
+{
+    const Located located = Locate(message_type);
+    if (message_type_code != nullptr && located.code != QAPI_ERR_NOT_INITIALIZED_YET) {
+        *message_type_code = located.kind.number;
+    }
+    return located.code;
 }

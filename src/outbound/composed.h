@@ -4,6 +4,7 @@
 #pragma once
 
 #include "process_lifetime.h"
+#include "reader/taken_record.h"
 #include "records/orders.h"
 #include "records/prices.h"
 
@@ -29,11 +30,25 @@ QAPI_COMPOSED(QAPI_DECLARE)
 #undef QAPI_DECLARE
 // NOLINTEND(bugprone-macro-parentheses)
 
-// The message that is being composed, or to which a condition is being added; null before the first. Belongs to the
-// host.
+// The message that is being composed; null before the first. Belongs to the host.
 extern CMessage* Glb_cur_message_ptr;
 
+namespace qapi {
+
+struct Located
+{
+    int code = 0; // 0, 4 when nothing runs, or 15 for a kind that can't be composed, which is reported
+    Kind kind;
+    CMessage* message = nullptr;
+};
+
 // Selects the message to compose by the name of its kind; an empty or null name keeps to the kind of the taken record.
-// `message_type_code`, if not null, receives the kind. Returns 0, 4 when nothing runs, or 15 for a kind that can't be
-// composed, which is reported.
+Located Locate(const char* message_type);
+
+} // namespace qapi
+
+using qapi::Locate;
+using qapi::Located;
+
+// The same. `message_type_code`, if not null, receives the kind's number unless nothing runs. Returns the code.
 int Locate_Record(char* message_type, int* message_type_code);

@@ -144,8 +144,7 @@ int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* cond_o
     if (kind == nullptr) {
         return report_illegal_kind(message_type);
     }
-    CMessage& object = kind->object();
-    Glb_cur_message_ptr = &object;
+    CMessage& object = kind->object(); // which isn't the one that is composed: another thread may be at that
     if (field_name == nullptr) {
         return report_unknown_field(field_name, kind->number);
     }
@@ -153,13 +152,14 @@ int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* cond_o
         m_fit_fields.Add(nullptr, kind->number, cond_operation, field_name, *field_name != '\0' ? 1 : 0);
         return 0;
     }
-    CField* field = kind->is_view ? nullptr : find_field(object, field_name);
+    // What the host composes is not the reader's to follow a path in.
+    CField* field = kind->is_view || is_path(field_name) ? nullptr : find_field(object, field_name);
     if (kind->is_view ? !can_have_field(*kind, field_name) : field == nullptr) {
         return report_unknown_field(field_name, kind->number);
     }
     const char* value = or_empty(eq_value);
     const int value_len = static_cast<int>(std::strlen(value));
-    if (kind->is_view || is_path(field_name)) {
+    if (kind->is_view) {
         m_fit_fields.Add_Named(&object, field_name, kind->number, cond_operation, value, value_len);
     } else {
         m_fit_fields.Add(field, kind->number, cond_operation, value, value_len);

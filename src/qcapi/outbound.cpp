@@ -48,10 +48,11 @@ CField* own_field(CMessage& message, const char* path)
 // Finds the field and lets `assign` write it.
 template <class Assign> int set_field(char* message_type, const char* field_name, Assign assign)
 {
-    if (const int code = Locate_Record(message_type, nullptr); code != 0) {
-        return code;
+    const Located located = Locate(message_type);
+    if (located.code != 0) {
+        return located.code;
     }
-    CMessage& message = *Glb_cur_message_ptr;
+    CMessage& message = *located.message;
     const ReplicaLock lock;
     CField* field = own_field(message, text_or_empty(field_name));
     if (field == nullptr) {
@@ -72,10 +73,10 @@ int set_text(char* message_type, const char* field_name, const char* value)
     });
 }
 
-int report_range(const char* field_name, long value)
+int report_range(const char* field_name, long value, CMessage& message)
 {
     COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "Value %ld out of range for field (%s) in %s message", value,
-                              text_or_empty(field_name), name_of(*Glb_cur_message_ptr));
+                              text_or_empty(field_name), name_of(message));
     return QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED;
 }
 
@@ -130,17 +131,17 @@ bool is_reply(const char* message_type)
 int CQcApi::InitMessage(char* message_type)
 {
     Forget_Host_Addresses();
-    int number = 0;
-    if (const int code = Locate_Record(message_type, &number); code != 0) {
-        return code;
+    const Located located = Locate(message_type);
+    if (located.code != 0) {
+        return located.code;
     }
-    CMessage& message = *Glb_cur_message_ptr;
+    CMessage& message = *located.message;
     if (!is_reply(message_type)) {
         message.Zero_Data_Buffer();
-    } else if (!Copy_Taken_Record(message)) {
+    } else if (!Copy_Taken_Record(message, located.kind)) {
         return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
     }
-    message[MSG_NUMBER_FIELD] = number;
+    message[MSG_NUMBER_FIELD] = located.kind.number;
     return 0;
 }
 
@@ -157,8 +158,8 @@ int CQcApi::SetFieldDATE(char* message_type, char* field_name, char* new_value)
 int CQcApi::SetFieldLONG(char* message_type, char* field_name, long new_value)
 {
     if (!fits_an_int(new_value)) {
-        const int code = Locate_Record(message_type, nullptr);
-        return code != 0 ? code : report_range(field_name, new_value);
+        const Located located = Locate(message_type);
+        return located.code != 0 ? located.code : report_range(field_name, new_value, *located.message);
     }
     return set_field(message_type, field_name, [new_value](CField& field) { field = static_cast<int>(new_value); });
 }
@@ -170,10 +171,11 @@ int CQcApi::SetFieldUINT(char* message_type, char* field_name, unsigned int new_
 
 int CQcApi::SendMessage(char* message_type)
 {
-    if (const int code = Locate_Record(message_type, nullptr); code != 0) {
-        return code;
+    const Located located = Locate(message_type);
+    if (located.code != 0) {
+        return located.code;
     }
-    CMessage& message = *Glb_cur_message_ptr;
+    CMessage& message = *located.message;
     mark_persistent(message);
     if (is_order_of_a_market(message[MSG_NUMBER_FIELD])) {
         sign(message);

@@ -6,7 +6,10 @@
 //      1     B    others of a priority up to 79
 //      2     C    others
 //
-// `header` points to a message's CABEZA, 80 bytes. Any thread.
+// What is known is in memory: it begins with the process, so a message that was finished before may come again. A
+// message without a number (0) is neither pending nor counted.
+//
+// `header` points to a message's CABEZA, 80 bytes. Any thread, but where a line says otherwise.
 #pragma once
 
 inline constexpr int LOG_TYPES = 3;

@@ -14,14 +14,19 @@ struct Kind
 {
     int number = 0; // 0 for no kind
     int table_type = 0;
+
+    friend constexpr bool operator==(const Kind&, const Kind&) = default;
 };
 
 // The kind that a name stands for; null is no name.
 Kind Kind_Of(const char* message_type);
 
-// The kind of the record that was taken last, and a copy of that record; false if there is none. Any thread.
+// The kind of the record that was taken last. Any thread.
 Kind Taken_Kind();
-bool Copy_Taken_Record(CMessage& copy);
+
+// Copies the taken record, as far as both go; its spare bytes too, if both are of one length. False, and nothing
+// happens, if there is none or it is of another kind by now. Any thread.
+bool Copy_Taken_Record(CMessage& copy, const Kind& kind);
 
 } // namespace qapi
 

@@ -30,12 +30,17 @@ void Primary_Tables_Arrived(unsigned connection);
 // Reports why a server refused a login: the code that the letter, of either case, stands for. Returns the code.
 int Report_Refusal(int letter);
 
+// Turns a stored message in its transport envelope, `len` bytes, to one that isn't stored again, for the server in use.
+// False, and nothing changes, if it is none.
+bool Readdress(char* envelope, int len);
+
 } // namespace qapi
 
 using qapi::Log_Began;
 using qapi::Log_Ended;
 using qapi::Login_Replied;
 using qapi::Primary_Tables_Arrived;
+using qapi::Readdress;
 using qapi::Report_Refusal;
 using qapi::Session_Opened;
 

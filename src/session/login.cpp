@@ -9,6 +9,7 @@
 #include "qcapi/session.h"
 #include "reader/views.h"
 #include "session/session_state.h"
+#include "tblproc/subscription.h"
 #include "transport/dcon.h"
 
 #include <array>
@@ -105,6 +106,7 @@ void qapi::Session_Opened(unsigned connection, unsigned host, char source_letter
 {
     opened_connection = connection;
     Glb_main_connected = 1;
+    TBLPROC_Reset_Primary_Tables_Check(); // what an older connection still awaited is not this one's
     Choose_Server(host);
     std::memcpy(Glb_Current_DS, *glb_ds_dest, sizeof *glb_ds_dest);
     LOG_Text("-RO%c-Status changed to opened connection", source_letter);

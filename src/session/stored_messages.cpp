@@ -30,24 +30,6 @@ template <class Message> void send_empty(int number)
     COMMON_Put_Message_In_Send_Queue(&message, 5, nullptr, 0, nullptr);
 }
 
-// A stored message goes out again as one that isn't kept, for the server in use. False if it is none.
-bool readdress(char* envelope, int len)
-{
-    constexpr int most_destinations = 127; // bytes
-    constexpr int header_len = 10;         // of CABEZA, as far as it is changed
-    if (len < HEAD_FIX_DATA_LEN) {
-        return false;
-    }
-    const int destinations = load_le<std::int16_t>(envelope + HEAD_FIX_LEN);
-    const int header = HEAD_FIX_DATA_LEN + destinations + MSG_NUMBER_FIELD_SIZE;
-    if (destinations < 0 || destinations > most_destinations || len < header + header_len) {
-        return false;
-    }
-    envelope[header + 5] = 'S';
-    std::memcpy(envelope + header + 8, Glb_Current_DS + 2, 2);
-    return true;
-}
-
 } // namespace
 
 void COMMON_Send_Next_Log_Req()
@@ -104,6 +86,23 @@ void qapi::Log_Ended()
     }
 }
 
+bool qapi::Readdress(char* envelope, int len)
+{
+    constexpr int most_destinations = 127; // bytes
+    constexpr int header_len = 10;         // of CABEZA, as far as it is changed
+    if (len < HEAD_FIX_DATA_LEN) {
+        return false;
+    }
+    const int destinations = load_le<std::int16_t>(envelope + HEAD_FIX_LEN);
+    const int header = HEAD_FIX_DATA_LEN + destinations + MSG_NUMBER_FIELD_SIZE;
+    if (destinations < 0 || destinations > most_destinations || len < header + header_len) {
+        return false;
+    }
+    envelope[header + 5] = 'S';
+    std::memcpy(envelope + header + 8, Glb_Current_DS + 2, 2);
+    return true;
+}
+
 void COMMON_Send_Pend_Msgs()
 {
     constexpr int most_gaps = 12; // in a row
@@ -122,7 +121,7 @@ void COMMON_Send_Pend_Msgs()
             continue;
         }
         gaps = 0;
-        if (readdress(record.data(), len)) {
+        if (Readdress(record.data(), len)) {
             Glb_Send_Mss->Collect(0, record.data(), len, nullptr, extra.data());
         }
     }

@@ -138,3 +138,5 @@ void TBLPROC_Check_Referenced_Table(int table_type)
         post_primary_tables_received();
     }
 }
+
+void TBLPROC_Process_Hash_Answer(int /*table_type*/, CTableBase* /*table*/, int /*is_the_last_answer*/) {}

@@ -1,6 +1,8 @@
 // How a client asks for tables, and how it learns that the primary ones have arrived. For the reader.
 #pragma once
 
+#include "message/table_base.h"
+
 // Asks for all tables of a level: 213, then one table record a code, in ascending order. The primary level counts the
 // tables that it asks for.
 void TBLPROC_Send_Global_Tables_Subscription(int table_level);
@@ -16,5 +18,10 @@ void TBLPROC_Register_Ref_Table(int table_type);
 // the session's connection.
 void TBLPROC_Check_Referenced_Table(int table_type);
 
-// All primary tables are there: asks for the stored messages, tells the servers and the host. `session/ready.cpp`.
+// The servers' list of a table's records, in answer to a question by hash, is in the buffer of the views. Tables are
+// asked for as a whole so far, so that no answer is due and one that comes changes nothing.
+void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer);
+
+// All primary tables are there: asks for the stored messages, tells the servers and the host.
+// `session/stored_messages.cpp`.
 void TBLPROC_Primary_Tables_Received();

@@ -11,6 +11,8 @@
 #include "tblproc/global_tables.h"
 #include "tblproc/replica_lock.h"
 #include "tblproc/subscription.h"
+#include "tblproc/tblequiv.h"
+#include "tblproc/tblproc.h"
 #include "transport/destinations.h"
 
 #include <algorithm>
@@ -73,8 +75,10 @@ void take_servers(char letter)
     if (kind == data_managers) {
         Add_Data_Managers(code, count);
     } else if (kind == data_servers) {
-        for (int each = 0; each < count; ++each) {
-            know_server(code + each * DEST_SIZE);
+        for (int each = 0; each < count; ++each, code += DEST_SIZE) {
+            if (*code != '\0') { // a list that is shorter than it says
+                know_server(code);
+            }
         }
     }
 }
@@ -162,6 +166,7 @@ void start_with_range()
     glb_max_gtable_rec_index = std::numeric_limits<std::uint32_t>::max();
     glb_valid_range = 1;
     take_environment(range + 8);
+    TBLPROC_Load_Persistent_Files(glb_min_gtable_rec_index, glb_max_gtable_rec_index);
     Set_Subscription_MX_Primary_Tables();
     TBLPROC_Send_Global_Tables_Subscription(1);
 }
@@ -172,6 +177,7 @@ void keep_range()
     glb_min_gtable_rec_index = load_le<std::uint32_t>(range);
     glb_max_gtable_rec_index = load_le<std::uint32_t>(range + 4);
     glb_valid_range = 1;
+    TBLPROC_Load_Persistent_Files(glb_min_gtable_rec_index, glb_max_gtable_rec_index);
 }
 
 // ---- Both forms --------------------------------------------------------------------------------------------------
@@ -195,16 +201,27 @@ void start_at_end_of_servers(int type)
     }
 }
 
+// Tables that are kept in files can be asked for by hash.
+void take_hash_answer(int type, bool is_last)
+{
+    constexpr int by_hash = 2;
+    const TABLE_ID_EQUIVALENCE& row = TBLEQUIV_Row(type);
+    if (row.start_protocol == by_hash) {
+        TBLPROC_Process_Hash_Answer(type, row.Ptr_CTableBase(), is_last ? 1 : 0);
+    }
+}
+
 // What the letters that change no table do.
 struct Form
 {
     void (*take_range)();
     void (*table_ended)(int type);
+    void (*hash_answered)(int type, bool is_last);
     void (*user_came)(); // with any letter
 };
 
-constexpr Form form_of_today{start_with_range, TBLPROC_Check_Referenced_Table, open_markets_of_user};
-constexpr Form older_form{keep_range, start_at_end_of_servers, [] {}};
+constexpr Form form_of_today{start_with_range, TBLPROC_Check_Referenced_Table, take_hash_answer, open_markets_of_user};
+constexpr Form older_form{keep_range, start_at_end_of_servers, [](int, bool) {}, [] {}};
 
 void process(const Form& form)
 {
@@ -223,6 +240,8 @@ void process(const Form& form)
     rule->change(letter);
     if (letter == DATA_END_TRANS_CHAR) {
         form.table_ended(rule->type);
+    } else if (letter == DATA_HASH_ANSWER_CHAR || letter == DATA_HASH_LAST_ANSWER_CHAR) {
+        form.hash_answered(rule->type, letter == DATA_HASH_LAST_ANSWER_CHAR);
     }
     if (rule->type == USER_CODE_ID) {
         form.user_came();

@@ -10,6 +10,10 @@
 // before any subscription. Before the threads of a session start.
 void TBLPROC_Init_Tables();
 
+// Loads the tables that are kept in files, if the range of idx values is a new one. All tables are in memory alone so
+// far, so there is nothing to load. Returns 0. For the reader.
+int TBLPROC_Load_Persistent_Files(unsigned int min, unsigned int max);
+
 namespace qapi {
 
 // Gives a table the code and the flags of a type: those of row 0 for a number that is no type. Returns 0.
