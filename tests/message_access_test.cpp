@@ -15,7 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr int alpha = 6;
-constexpr int date_type = 8;
 
 std::string padded(std::string text, std::size_t size)
 {

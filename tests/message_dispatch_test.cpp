@@ -304,14 +304,19 @@ TEST_F(MessageDispatchTest, ARecordIsKeptThoughTheObjectIsGone)
 
 TEST_F(MessageDispatchTest, NoLockIsHeldWhenTheHostHearsOfARecord)
 {
-    bool free = false;
+    int free = 0;
     host.in_callback = [&](const std::string&) {
-        free = The_Mailbox_Mutex->try_lock() && The_Replica_Mutex.try_lock();
-        The_Mailbox_Mutex->unlock();
-        The_Replica_Mutex.unlock();
+        if (The_Mailbox_Mutex->try_lock()) {
+            ++free;
+            The_Mailbox_Mutex->unlock();
+        }
+        if (The_Replica_Mutex.try_lock()) {
+            ++free;
+            The_Replica_Mutex.unlock();
+        }
     };
     receive_chat("one");
-    EXPECT_TRUE(free);
+    EXPECT_EQ(free, 2);
 }
 
 } // namespace
