@@ -34,6 +34,6 @@ classes='CQcApi|DAsyncSocket|WSocket|C(Field|Short|UnsignedShort|Integer|Unsigne
 classes+='|C(Message|HashedRecord|TableBase|FitFields|CondField)|C(Msg|GT|Tarnel)[A-Za-z]*|C[A-Z][A-Za-z0-9]*Key[A-Za-z]*'
 classes+='|C(Table(List)?|Vector(At)?|IdxOrder|Map2?Key(Order|Table))(<.*>)?|TABLE_ID_EQUIVALENCE'
 common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
-    grep -Ev "^($own)|^($classes)::|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for ($classes)$" || true)
+    grep -Ev "^($own)|^([a-z]+ )?($classes)::|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for ($classes)$" || true)
 [ -z "$common" ] || fail "names of the archive that a host may have too:"$'\n'"$common"
 echo "$(wc -l <<<"$exported") symbols, all of the interface; the archive's names are its own"
