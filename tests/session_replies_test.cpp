@@ -52,42 +52,58 @@ TEST_F(SessionReplies, WhatTheHostSendsInTheOpenCallbackIsDropped)
     EXPECT_EQ(log_out(), 0);
 }
 
-TEST_F(SessionReplies, AHostMayLogOutInEachCallback)
+class LogoutInACallback : public MarketSession, public testing::WithParamInterface<const char*>
 {
-    for (const char* at : {"status 21 Connected", "connection 0", "message Orden", "error 8", "connection 67"}) {
-        host.in_callback = [this, at](const std::string& line) {
-            if (line.starts_with(at)) {
-                host.Logout();
-            }
-        };
-        log_in();
-        try {
-            peer.accept();
-            peer.expect_login();
-            if (std::string(at) == "error 8" || std::string(at) == "connection 67") {
-                peer.refuse_login('C');
-            } else {
-                peer.accept_login();
-                peer.send_range();
-                peer.serve_primary_tables();
-                peer.expect_log_request();
-                peer.expect_presence();
-                peer.expect_version();
-                market::Order order;
-                order.cabeza.server_number = 1;
-                order.cabeza.date = "20260115";
-                peer.send_log_round({market::Make(order)});
-                peer.expect_next_log_request();
-                peer.reset();
-            }
-        } catch (const std::runtime_error&) { // the host is gone
+protected:
+    void Play_Until_The_Host_Leaves()
+    {
+        peer.accept();
+        peer.stop_listening(); // a connection that comes too late would only be waited for
+        peer.expect_login();
+        if (Is_Refused()) {
+            peer.refuse_login('C');
+            return;
         }
-        EXPECT_TRUE(Becomes([] { return CQcApi::initialize_flag == QAPI_NOT_INITIALIZED; })) << at;
-        peer.close();
-        host.Logout();
-        host.in_callback = nullptr;
+        peer.accept_login();
+        peer.send_range();
+        peer.serve_primary_tables();
+        peer.expect_log_request();
+        peer.expect_presence();
+        peer.expect_version();
+        market::Order order;
+        order.cabeza.server_number = 1;
+        peer.send_log_round({market::Make(order)});
+        peer.expect_next_log_request();
+        peer.reset();
     }
+
+    [[nodiscard]] static bool Is_Refused()
+    {
+        const std::string line = GetParam();
+        return line == "error 8" || line == "connection 67";
+    }
+};
+
+TEST_P(LogoutInACallback, EndsTheSession)
+{
+    host.in_callback = [this](const std::string& line) {
+        if (line.starts_with(GetParam())) {
+            host.Logout();
+        }
+    };
+    log_in();
+    try {
+        Play_Until_The_Host_Leaves();
+    } catch (const std::runtime_error&) { // the host has left
+    }
+    EXPECT_TRUE(Becomes([] { return CQcApi::initialize_flag == QAPI_NOT_INITIALIZED; }));
+    peer.close();
+    host.Logout(); // joins the threads, before the lambda's captures go
 }
+
+INSTANTIATE_TEST_SUITE_P(Callbacks, LogoutInACallback,
+                         testing::Values("status 21 Connected", "connection 0", "message Orden", "error 8",
+                                         "connection 67", "status 20", "disconnection"));
 
 TEST_F(SessionReplies, ARefusedLoginWithAPreviousDateEndsTheSession)
 {
@@ -112,20 +128,6 @@ TEST_F(SessionReplies, AReplyWithoutALetterIsARefusal)
     peer.close();
     EXPECT_TRUE(hears_times("connection 0", 1));
     EXPECT_EQ(host.count_of("error 5 "), 1);
-}
-
-TEST_F(SessionReplies, AHostMayLogOutAtTheDisconnection)
-{
-    host.in_callback = [this](const std::string& line) {
-        if (line.starts_with("disconnection")) {
-            host.Logout();
-        }
-    };
-    log_in();
-    peer.bring_up();
-    peer.stop_listening();
-    peer.reset();
-    EXPECT_TRUE(Becomes([] { return CQcApi::initialize_flag == QAPI_NOT_INITIALIZED; }));
 }
 
 TEST_F(SessionReplies, EachLoginReplySetsTheTimeOutsOfItsConnection)
