@@ -188,8 +188,8 @@ public:
         order[MSG_NUMBER_FIELD] = MSS_ORDEN;
         order[MERCADO] = 71;
         char* header = order[CABEZA].Get_Ptr();
-        std::memcpy(header + 8, "AB", 2);
-        std::memcpy(header + 29, "20260101", 8);
+        std::copy_n("AB", 2, header + 8);
+        std::copy_n("20260101", 8, header + 29);
         const std::string message(order.m_data, static_cast<std::size_t>(order.m_data_len));
         m_frame = MakeFrame("DTCP", MakeEnvelope(message, {}, 60));
         m_number_at = m_frame.size() - 3 - message.size() + 3 + 14;

@@ -36,7 +36,7 @@ struct CRecNum
     Date date;
     std::uint32_t number;
 
-    friend auto operator<=>(const CRecNum&, const CRecNum&) = default;
+    friend auto operator<=>(const CRecNum&, const CRecNum&) = default; // NOLINT(modernize-use-nullptr): none is here
 };
 
 struct LOG_DATA_SERVER_STRUCT

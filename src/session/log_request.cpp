@@ -118,7 +118,7 @@ void write_entry(char* at, char letter, const char* server, const Entry& entry)
 {
     at[0] = letter;
     std::memcpy(at + 1, server + 2, 2);
-    std::memcpy(at + 3, entry.date.data(), std::min<std::size_t>(entry.date.size(), 8));
+    std::copy_n(entry.date.begin(), std::min<std::size_t>(entry.date.size(), 8), at + 3);
     store_le(at + 17, entry.last);
 }
 

@@ -2,7 +2,7 @@
 
 #include "qcapi/config.h"
 
-const char (*glb_ds_dest)[4] = glb_dss;
+constinit const char (*glb_ds_dest)[4] = glb_dss; // NOLINT(cppcoreguidelines-interfaces-global-init): an address
 char Glb_Current_DS[4 + 1];
 char Glb_PU_Code[4 + 1];
 char Glb_Branch_4c[4 + 1];
