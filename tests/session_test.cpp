@@ -177,6 +177,33 @@ TEST_F(SessionRunTest, AMessageThatIsStillInTheHostsHandsIsNotGivenTwice)
     EXPECT_EQ(host.count_of("message "), 2);
 }
 
+// What conditions keep out isn't asked for again.
+TEST_F(SessionRunTest, AnOrderThatFailsAConditionIsDroppedAndTheLogGoesOnBehindIt)
+{
+    char kind[] = "Orden_Transaccion";
+    char field[] = "mercado";
+    char equal[] = "=";
+    char market_72[] = "72";
+    ASSERT_EQ(host.AddLoginCondition(kind, field, equal, market_72), 0);
+    log_in();
+    bring_up();
+    Order wanted = order_of(4);
+    wanted.market = 72;
+    peer.send_order(wanted);
+    EXPECT_EQ(host.finish("Orden_Transaccion", announced("Orden_Transaccion")), 0);
+    peer.send_order(order_of(5));
+    peer.send_chat({});
+    announced("Chat");
+    EXPECT_EQ(host.count_of("message Orden_Transaccion "), 1);
+    peer.reset();
+    peer.accept();
+    peer.expect_login();
+    peer.accept_login();
+    peer.send_range();
+    peer.serve_primary_tables();
+    EXPECT_EQ(peer.expect_log_request().entries.at(1).last_message, 5U);
+}
+
 // ---- Sending
 
 TEST_F(SessionRunTest, AnOrderGoesToItsAddresseesAndTheDataManagers)
