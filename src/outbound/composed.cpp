@@ -2,7 +2,7 @@
 
 #include "message_numbers.h"
 #include "qcapi/qcapi.h"
-#include "qcapi/support.h"
+#include "reader/field_access.h"
 #include "reader/taken_record.h"
 #include "reader/views.h"
 
@@ -91,9 +91,7 @@ Located qapi::Locate(const char* message_type)
     Located located{0, is_empty(message_type) ? Taken_Kind() : Kind_Of(message_type), nullptr};
     located.message = object_of(located.kind);
     if (located.message == nullptr) {
-        COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
-                                  is_empty(message_type) ? "" : message_type);
-        located.code = QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
+        located.code = Report_Illegal_Type(message_type);
         return located;
     }
     Glb_cur_message_ptr = located.message;

@@ -42,13 +42,6 @@ const char* text_of(const char* text)
     return text != nullptr ? text : "";
 }
 
-int report_illegal_type(const char* message_type)
-{
-    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
-                              text_of(message_type));
-    return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
-}
-
 int report_not_found(const char* message_type, unsigned message_num)
 {
     COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_RECORD_NOT_FOUND_TXT, message_type,
@@ -142,7 +135,7 @@ int CQcApi::TakeMessage(char* message_type, unsigned int message_num)
         Glb_taken_message_ptr = record;
     }
     if (mailbox == nullptr) {
-        return report_illegal_type(message_type);
+        return Report_Illegal_Type(message_type);
     }
     return record != nullptr ? 0 : report_not_found(message_type, message_num);
 }
@@ -156,7 +149,7 @@ int CQcApi::FinishMessageProcess(char* message_type, unsigned int message_num)
              message_num);
     const Mailbox* mailbox = Mailbox_Of(Kind_Of(message_type));
     if (mailbox == nullptr) {
-        return report_illegal_type(message_type);
+        return Report_Illegal_Type(message_type);
     }
     // Found, read and removed in one hold: once it is gone, its place is the next record's.
     qapi::Header header;

@@ -6,6 +6,7 @@
 #include "message_numbers.h"
 #include "outbound/composed.h"
 #include "reader/conditions.h"
+#include "reader/field_access.h"
 #include "reader/taken_record.h"
 #include "reader/views.h"
 #include "support.h"
@@ -85,13 +86,6 @@ const char* or_empty(const char* text)
     return text != nullptr ? text : "";
 }
 
-int report_illegal_kind(const char* message_type)
-{
-    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
-                              or_empty(message_type));
-    return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
-}
-
 int report_unknown_field(const char* field_name, int kind)
 {
     COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "%s (%s) in %s message",
@@ -142,7 +136,7 @@ int CQcApi::AddLoginCondition(char* message_type, char* field_name, char* cond_o
 {
     const ConditionedKind* kind = find_kind(Kind_Of(message_type).number);
     if (kind == nullptr) {
-        return report_illegal_kind(message_type);
+        return Report_Illegal_Type(message_type);
     }
     CMessage& object = kind->object(); // which isn't the one that is composed: another thread may be at that
     if (field_name == nullptr) {

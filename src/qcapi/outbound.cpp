@@ -8,6 +8,7 @@
 #include "outbound/composed.h"
 #include "outbound/pacing.h"
 #include "outbound/send_queue.h"
+#include "reader/field_access.h"
 #include "reader/taken_record.h"
 #include "support.h"
 #include "tblproc/replica_lock.h"
@@ -31,13 +32,6 @@ const char* text_or_empty(const char* text)
     return text != nullptr ? text : "";
 }
 
-int report_field(const char* complaint, const char* field_name, CMessage& message)
-{
-    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "%s (%s) in %s message", complaint, field_name,
-                              name_of(message));
-    return QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED;
-}
-
 // A field that a path reaches in another record belongs to a replica, which is not the host's to write.
 CField* own_field(CMessage& message, const char* path)
 {
@@ -56,7 +50,8 @@ template <class Assign> int set_field(char* message_type, const char* field_name
     const ReplicaLock lock;
     CField* field = own_field(message, text_or_empty(field_name));
     if (field == nullptr) {
-        return report_field(QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED_TXT, text_or_empty(field_name), message);
+        Report_No_Field(QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED_TXT, text_or_empty(field_name), message);
+        return QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED;
     }
     assign(*field);
     return 0;

@@ -88,6 +88,13 @@ int COMMON_Get_RField(const char* name, CField** field)
     return find_composed(name, field);
 }
 
+int qapi::Report_Illegal_Type(const char* message_type)
+{
+    COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED_TXT,
+                              text_of(message_type));
+    return QAPI_ERR_ILLEGAL_RECORD_TYPE_SPECIFIED;
+}
+
 int qapi::Report_No_Record_Taken()
 {
     COMMON_Put_Syslog_Message(QAPI_ERR_IMPROPER_OPERATION, "%s", QAPI_ERR_NO_RECORD_TAKEN_TXT);

@@ -22,6 +22,9 @@ int COMMON_Get_RField(const char* name, CField** field);
 
 namespace qapi {
 
+// Reports a name that is no kind, or none that the operation takes; null is an empty name. Returns 15.
+int Report_Illegal_Type(const char* message_type);
+
 // Reports that no record is taken. Returns 23.
 int Report_No_Record_Taken();
 
@@ -30,5 +33,6 @@ void Report_No_Field(const char* text, const char* name, CMessage& record);
 
 } // namespace qapi
 
+using qapi::Report_Illegal_Type;
 using qapi::Report_No_Field;
 using qapi::Report_No_Record_Taken;
