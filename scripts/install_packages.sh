@@ -3,7 +3,8 @@
 # Usage: install_packages.sh demo|test|format|fuzz|ci
 set -euo pipefail
 
-demo="g++ cmake ninja-build"
+# CLI11 and JSON are for the market that the demonstration runs against.
+demo="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev"
 # Boost and libgcrypt are what tests compare results with; the other libraries are what benchmarks run against.
 test="$demo libgtest-dev libgmock-dev libbenchmark-dev pkgconf libboost-dev libgcrypt20-dev libgmp-dev zlib1g-dev
     libarchive-dev libquickfix-dev libabsl-dev"
