@@ -5,13 +5,13 @@
 #pragma once
 
 #include "audience.h"
+#include "store/entry_file.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +25,9 @@ enum class Log : char
     A = 'A',
     B = 'B'
 };
+
+// None for a letter that names no log.
+std::optional<Log> Log_Of_Letter(char letter);
 
 struct StoredMessage
 {
@@ -53,9 +56,10 @@ public:
     // goes on behind it. Throws std::runtime_error with the file's name if it isn't a store or can't be written.
     explicit MessageStore(const std::filesystem::path& file);
 
-    // Gives the message its number: writes it (NUMERO_DATASERVER), the log's letter (LOG) and, for log P, the mark of
-    // persistence into the message's CABEZA. The message must have one (83 bytes). The reference is good until the next
-    // Add.
+    // Gives the message its number: writes it (NUMERO_DATASERVER), its date (FECHA), by which clients tell where they
+    // stand, the letter of its log (LOG: A, B, C for P, A, B) and, for log P, the mark of persistence into its CABEZA.
+    // A message without a whole CABEZA (83 bytes) is filled up with zeros. It is in the file when Add returns. The
+    // reference is good until the next Add.
     const StoredMessage& Add(Log log, std::string_view date, std::uint16_t priority, Audience audience,
                              std::string message);
 
@@ -66,13 +70,16 @@ public:
     static bool Is_Wanted(const StoredMessage& message, const std::vector<LogPosition>& positions,
                           std::string_view today);
 
+    // Why nothing more is written to the file (a full disk); empty while all is well. The store goes on in memory.
+    [[nodiscard]] const std::string& complaint() const { return m_complaint; }
+
 private:
     void Write(const StoredMessage& message);
 
     std::vector<StoredMessage> m_messages;
     std::map<std::pair<Log, std::string>, std::uint32_t> m_last_numbers;
-    std::ofstream m_file;
-    std::filesystem::path m_path;
+    std::optional<EntryFile> m_file;
+    std::string m_complaint;
 };
 
 } // namespace qm
