@@ -6,26 +6,39 @@
 //
 //   clase_mensaje  what the order asks for
 //   0, 1           to be placed
-//   2              to take the place of the user's order of the same code: new price and amount, new time
-//   3              to be withdrawn
-//   8              a request for quotes: it is passed on and doesn't meet anything
+//   2              to take the place of the user's order of the same code: new price and amount, new time; the market
+//                  is the same, the side may be the other
+//   3              to be withdrawn: market and code count
+//   8              a request for quotes: it is passed on and doesn't meet anything; it needs no price and no code
 //
-// An order that is placed is given to its addressees as it came, with its sender's envelope, and becomes a record of
-// its market's table of orders (Posturas_Vigentes): 'I' as it rests, 'A' when part of it is traded, 'B' when it leaves.
-// An order that is traded at once is inserted and deleted too, so that everybody sees it.
+// A user's open orders have different codes; a code is free again when its order has left the book. A price is below
+// PRICE_LIMIT, an amount a whole number below AMOUNT_LIMIT (exchange/order_form.h).
 //
-// A trade gives: to both parties a Mantenimiento_Transacciones (112); to everyone a Fin_Transaccion (879), the day's
-// Precios_Montos_Transados (87) and the Precios_Por_Hora (176) of that hour.
+// Every order that is taken is given to its addressees as it came, with its sender's envelope; only what it lacks of
+// codigo_primaryuser_postura, usuario_postura, codigo_sucursal_postura, fecha_postura, hora_postura and moneda is
+// filled in. One that is placed becomes a record of its market's table of orders (Posturas_Vigentes): 'I' as it comes,
+// 'A' when part of it is traded or another one takes its place, 'B' when it leaves. An order that is traded at once is
+// inserted and deleted too, so that everybody sees it. numero is what is left, numero_total what was placed,
+// numero_transado what is traded.
+//
+// A trade gives, behind the changes of the two records: to both parties a Mantenimiento_Transacciones (112), which has
+// the order that rested and under the names in _1 the one that came; to everyone a Fin_Transaccion (879), the day's
+// Precios_Montos_Transados (87) and the Precios_Por_Hora (176) of that hour. Their envelopes name the one whose order
+// came. Orders may meet others of their own user.
+//
+// Orders go to log A, 112 and 879 to log P, with priority 60; 87 and 176 to log B with priority 80. The server's code
+// in the envelopes is left to the sink.
+//
+// A new day begins statistics afresh, a new month those of the month; orders stay.
 #pragma once
 
 #include "audience.h"
 #include "clock.h"
 #include "exchange/order_book.h"
+#include "exchange/traded_prices.h"
 #include "store/message_store.h"
 
-#include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -40,7 +53,8 @@ struct MarketDescription
     std::string currency{};         // 3 letters
 };
 
-// What the exchange says. Called while Take runs, in the order in which things happen.
+// What the exchange says. Called while Take runs, in the order in which things happen, when the book may be further
+// already: a sink doesn't call the exchange.
 class ExchangeSink
 {
 public:
@@ -58,20 +72,6 @@ public:
     virtual void Delete_Row(std::uint16_t table, std::uint32_t idx) = 0;
 };
 
-// The day's trades of a market, and those of the hour that runs.
-struct TradedPrices
-{
-    std::string date{};
-    std::int64_t opening = 0; // prices in units of the book
-    std::int64_t last = 0;
-    std::int64_t lowest = 0;
-    std::int64_t highest = 0;
-    std::int64_t last_amount = 0;
-    std::int64_t total_amount = 0;
-    std::int64_t price_times_amount = 0; // for the mean; in a wider type where it is computed
-    std::uint32_t trades = 0;
-};
-
 class Exchange
 {
 public:
@@ -79,12 +79,12 @@ public:
     ~Exchange();
 
     // An order from `sender`, addressed to `audience` (who gets it as a message beside the sender). Empty if it was
-    // taken, else why it was refused, in words for its user.
+    // taken, else why it was refused, in words for its user that can stand behind "refused: ".
     std::string Take(std::string_view order_message, const Party& sender, const Audience& audience);
 
     // For the summary at the prompt, and for tests.
-    [[nodiscard]] const OrderBook* Book(int market) const; // null for an unknown market
-    [[nodiscard]] const TradedPrices* Prices(int market) const;
+    [[nodiscard]] const OrderBook* Book(int market) const;      // null for an unknown market
+    [[nodiscard]] const TradedPrices* Prices(int market) const; // of today
     struct OpenOrder
     {
         std::string code{}; // user (4) and its own code (6)
@@ -94,7 +94,8 @@ public:
     };
     [[nodiscard]] std::vector<OpenOrder> Open_Orders(int market) const; // bids best first, then offers best first
 
-    // An order message as a client would compose it, for feeds and the prompt. `own_code` has up to 6 characters.
+    // An order message as a client would compose it, for feeds and the prompt. `kind` is clase_mensaje, `own_code` has
+    // up to 6 characters.
     static std::string Make_Order(const Party& sender, int kind, int market, Side side, std::int64_t price,
                                   std::int64_t amount, std::string_view own_code, const Clock& clock);
 

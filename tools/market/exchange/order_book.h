@@ -7,7 +7,6 @@
 #include <list>
 #include <map>
 #include <optional>
-#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -58,6 +57,7 @@ public:
 
 private:
     using Level = std::list<BookOrder>; // oldest first
+    using Levels = std::map<std::int64_t, Level>;
     struct Place_Of_Order
     {
         Side side;
@@ -65,8 +65,13 @@ private:
         Level::iterator at;
     };
 
-    std::map<std::int64_t, Level> m_bids;   // best last
-    std::map<std::int64_t, Level> m_offers; // best first
+    [[nodiscard]] Levels& Levels_Of(Side side) { return side == Side::bid ? m_bids : m_offers; }
+    [[nodiscard]] Levels::iterator Best(Side side);
+    void Meet(BookOrder& taking, Level& level, std::vector<Fill>& fills);
+    void Rest(const BookOrder& order);
+
+    Levels m_bids;   // best last
+    Levels m_offers; // best first
     std::unordered_map<std::uint64_t, Place_Of_Order> m_places;
 };
 
