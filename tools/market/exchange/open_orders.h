@@ -1,0 +1,23 @@
+// The orders that were open when a market stopped, from the messages that it has stored: what was placed on its last
+// day, less what was traded and withdrawn.
+#pragma once
+
+#include "audience.h"
+#include "store/message_store.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qm {
+
+struct OrderLeftOpen
+{
+    Party sender{};
+    std::string message{}; // places what is left of it
+};
+
+// In the order of their time. Placed anew in that order they don't meet each other, since they didn't then.
+std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store, std::string_view date);
+
+} // namespace qm

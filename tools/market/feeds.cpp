@@ -1,0 +1,88 @@
+#include "feeds.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qm {
+
+namespace {
+
+constexpr int placed_anew = 1;
+constexpr int replaced = 2;
+
+std::string code_of_slot(int market, std::size_t slot)
+{
+    return "F" + std::to_string(market % 1000) + static_cast<char>('A' + slot % 26);
+}
+
+} // namespace
+
+Feeds::Feeds(EventLoop& loop, const std::vector<Feed>& feeds, std::function<Party(const std::string& user)> party_of,
+             Place place)
+    : m_loop(loop), m_party_of(std::move(party_of)), m_place(std::move(place))
+{
+    for (const Feed& feed : feeds) {
+        m_feeds.push_back({.feed = feed,
+                           .walk = std::mt19937(feed.seed),
+                           .price = feed.price,
+                           .placed = std::vector<bool>(2 * static_cast<std::size_t>(feed.levels))});
+    }
+}
+
+Feeds::~Feeds()
+{
+    Switch(0, false);
+}
+
+bool Feeds::Switch(int market, bool on)
+{
+    bool any = false;
+    for (Running& feed : m_feeds) {
+        if (market != 0 && feed.feed.market != market) {
+            continue;
+        }
+        any = true;
+        m_loop.Cancel(std::exchange(feed.timer, 0));
+        if (on && !feed.placed.empty()) {
+            Plan(feed);
+        }
+    }
+    return any;
+}
+
+void Feeds::Plan(Running& feed)
+{
+    feed.timer = m_loop.After(feed.feed.every, [this, &feed] {
+        Plan(feed);
+        Quote(feed);
+    });
+}
+
+// The next slot of the ladder, around the price as it is now. Bids stand below it and offers above, so that a feed
+// doesn't trade with itself as long as the price walks by less than the distance between a bid and an offer.
+void Feeds::Quote(Running& feed)
+{
+    const std::int64_t step = feed.feed.step;
+    if (feed.next_slot == 0) {
+        feed.price += step * (static_cast<int>(feed.walk() % 3) - 1) / 2;
+        feed.price = std::max(feed.price, step * (feed.feed.levels + 1));
+    }
+    const auto levels = static_cast<std::size_t>(feed.feed.levels);
+    const std::size_t slot = feed.next_slot;
+    feed.next_slot = (slot + 1) % feed.placed.size();
+    const Side side = slot < levels ? Side::bid : Side::offer;
+    const auto away = step * (static_cast<std::int64_t>(slot % levels) + 1);
+    const std::int64_t price = side == Side::bid ? feed.price - away : feed.price + away;
+    const Party sender = m_party_of(feed.feed.user);
+    const std::string code = code_of_slot(feed.feed.market, slot);
+    const auto order = [&](int kind) {
+        return Exchange::Make_Order(sender, kind, feed.feed.market, side, price, feed.feed.amount, code,
+                                    m_loop.clock());
+    };
+    // An order that was traded meanwhile is no longer there to be replaced.
+    if (!feed.placed[slot] || !m_place(sender, order(replaced))) {
+        feed.placed[slot] = m_place(sender, order(placed_anew));
+    }
+}
+
+} // namespace qm
