@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace qm {
@@ -28,7 +30,7 @@ public:
     void Change(int descriptor, std::uint32_t events);
     void Forget(int descriptor);
 
-    // Once, so much later. The number is for Cancel; 0 is none.
+    // Once, so much later, in a later round. The number is for Cancel; 0 is none.
     using Timer = std::uint64_t;
     Timer After(Clock::Time delay, std::function<void()> call);
     void Cancel(Timer timer);
@@ -36,8 +38,8 @@ public:
     // From any thread: runs on the loop's, in the order of the calls.
     void Post(std::function<void()> call);
 
-    void Run();  // until Stop
-    void Stop(); // from any thread
+    void Run();  // until Stop, also one that came before
+    void Stop(); // from any thread or signal handler
 
     // One round: waits, at most so long, and does what there is to do. A manual clock's time is looked at in each
     // round; whoever moves it posts something.
@@ -48,10 +50,12 @@ public:
 private:
     struct Watched
     {
-        std::uint64_t generation; // tells events of an earlier descriptor of that number apart
-        Ready ready;
+        std::uint64_t generation;           // tells events of an earlier descriptor of that number apart
+        std::shared_ptr<const Ready> ready; // shared with the round that is calling it
     };
 
+    void Wake();
+    void Take_Event(std::uint64_t key, std::uint32_t events);
     void Run_Due_Timers();
     void Run_Posted();
     [[nodiscard]] int Wait_Milliseconds(Clock::Time longest_wait) const;

@@ -3,6 +3,7 @@
 
 #include "audience.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <optional>
@@ -23,15 +24,20 @@ struct Envelope
     std::string_view message{}; // lies in the payload
 };
 
-// None if the payload isn't one. Bytes behind the envelope are allowed. Codes lose their padding of zeros and blanks.
+// None if the payload isn't one: all its lengths must agree. Bytes behind the envelope are allowed. Codes lose their
+// padding of zeros and blanks at the end, and empty ones are left out. A group is a fixed list, whose codes have the
+// length of their kind, or has one element of any length; there may be several of a kind.
 std::optional<Envelope> Take_Envelope(std::string_view payload);
 
-// Appends the envelope of a message, without addressees: a client gets what is for it.
-void Append_Envelope(std::string& out, std::string_view message, std::uint16_t priority, std::string_view machine,
+inline constexpr std::size_t LONGEST_MESSAGE = 65535 - 19; // that an envelope can hold; frames hold less
+
+// Appends the envelope of a message, without addressees: a client gets what is for it. False, with `out` as it is, for
+// one above LONGEST_MESSAGE. Four characters of the machine count.
+bool Append_Envelope(std::string& out, std::string_view message, std::uint16_t priority, std::string_view machine,
                      std::uint16_t type = 100);
 
-// The far end's part in a clock check (869): stamps stages 3 and 4 of the message with `now`, the wall clock. False if
-// the message is none.
+// The far end's part in a clock check (869): stamps stages 3 and 4 of the message with `now`, the wall clock. False,
+// with the message as it is, if it is none or not at stage 3.
 bool Stamp_Clock_Check(std::string& message, const std::timespec& now);
 
 } // namespace qm
