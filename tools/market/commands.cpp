@@ -245,9 +245,12 @@ std::string Commands::Chat(const Words& words)
     if (!sender) {
         return error("no user " + words[0]);
     }
-    const std::string receiver = words[1] == "all" ? std::string() : words[1];
+    const auto receiver = words[1] == "all" ? std::optional(Party{}) : m_market.Party_Of_User(words[1]);
+    if (!receiver) {
+        return error("no user " + words[1]);
+    }
     std::string chat =
-        Make_Chat(*sender, receiver, rest_of(words, 2), m_market.clock().date(), m_market.clock().hour());
+        Make_Chat(*sender, receiver->user, rest_of(words, 2), m_market.clock().date(), m_market.clock().hour());
     const Audience audience = Audience_Of_Chat(chat, *sender);
     m_market.Send_Chat(*sender, std::move(chat), audience);
     return "sent";

@@ -1,6 +1,9 @@
 #include "feeds.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 namespace qm {
@@ -12,7 +15,9 @@ constexpr int replaced = 2;
 
 std::string code_of_slot(int market, std::size_t slot)
 {
-    return "F" + std::to_string(market % 1000) + static_cast<char>('A' + slot % 26);
+    std::array<char, 8> code{};
+    std::snprintf(code.data(), code.size(), "F%03d%c", std::abs(market) % 1000, static_cast<int>('A' + slot % 26));
+    return code.data();
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -63,17 +64,24 @@ void say(const std::string& text)
     }
 }
 
-// Lines from standard input, as they come.
+// Lines from standard input, as they come. A file can't be waited for, and is read at once.
 class Prompt
 {
 public:
     Prompt(qm::EventLoop& loop, qm::Market& market) : m_loop(loop), m_market(market)
     {
-        m_loop.Watch(STDIN_FILENO, EPOLLIN, [this](std::uint32_t /*events*/) { Read_Some(); });
+        try {
+            m_loop.Watch(STDIN_FILENO, EPOLLIN, [this](std::uint32_t /*events*/) { Read_Some(); });
+        } catch (const std::system_error&) {
+            m_loop.Post([this] {
+                while (Read_Some()) {
+                }
+            });
+        }
     }
 
 private:
-    void Read_Some()
+    bool Read_Some() // false at the end
     {
         std::array<char, 4096> buffer{};
         const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
@@ -82,7 +90,7 @@ private:
             if (isatty(STDIN_FILENO) != 0) {
                 m_loop.Stop();
             }
-            return;
+            return false;
         }
         m_held.append(buffer.data(), static_cast<std::size_t>(count));
         for (std::size_t end = m_held.find('\n'); end != std::string::npos; end = m_held.find('\n')) {
@@ -90,6 +98,7 @@ private:
             m_held.erase(0, end + 1);
             say(m_market.Do(line));
         }
+        return true;
     }
 
     qm::EventLoop& m_loop;

@@ -255,9 +255,10 @@ void Client::Send_Log()
 
 void Client::Send_Flood()
 {
-    while (m_flood && m_phase == Phase::session && m_stream->queued() == 0) {
-        if (m_flood_rest.empty() && !Next_Of_Flood()) {
-            return;
+    while (m_flood && m_phase == Phase::session) {
+        if (m_flood_rest.empty()) {
+            Next_Of_Flood();
+            continue;
         }
         m_last_sent = m_owner.clock().now();
         m_flood_rest.remove_prefix(m_stream->Send_Now(m_flood_rest));
@@ -269,19 +270,13 @@ void Client::Send_Flood()
 
 // Between two pieces of a flood frames are whole, so what waits behind it goes out there: it was packed before the next
 // piece is.
-bool Client::Next_Of_Flood()
+void Client::Next_Of_Flood()
 {
-    if (!m_behind_flood.empty()) {
-        m_stream->Send(std::exchange(m_behind_flood, {}));
-        if (m_phase != Phase::session || m_stream->queued() > 0) {
-            return false;
-        }
-    }
-    m_flood_rest = m_flood();
+    m_between_floods = std::exchange(m_behind_flood, {});
+    m_flood_rest = m_between_floods.empty() ? m_flood() : std::string_view(m_between_floods);
     if (m_flood_rest.empty()) {
         m_flood = nullptr;
     }
-    return !m_flood_rest.empty();
 }
 
 // ---- Life ------------------------------------------------------------------------------------------------------

@@ -102,7 +102,7 @@ private:
     void Send_On();
     void Send_Log();
     void Send_Flood();
-    bool Next_Of_Flood();
+    void Next_Of_Flood();
     [[nodiscard]] bool has_room() const { return m_stream->queued() < Stream::HIGH_WATER; }
     void Note(std::string_view event, std::string_view text);
 
@@ -117,7 +117,8 @@ private:
     LogRounds m_log;
     std::function<std::string_view()> m_flood;
     std::string_view m_flood_rest;
-    std::string m_behind_flood; // frames that wait for it
+    std::string m_behind_flood;   // frames that wait for it
+    std::string m_between_floods; // those that go out now
     std::string m_last_message;
     std::uint16_t m_last_priority = PRIORITY_OF_MESSAGES;
     std::string m_frame; // the one that is being built

@@ -69,7 +69,7 @@ LoginRequest Take_Login(std::string_view message)
     return {.user_name = text_of(login[NOMBRE_USUARIO]),
             .password = text_of(login[CLAVE_USUARIO_16]),
             .machine = text_of(login[EQUIPO_USUARIO]),
-            .user_code = text_of(login[USUARIO]),
+            .user_code = Sender_Of(message).user,
             .version = text_of(login[VERSION])};
 }
 
@@ -94,12 +94,13 @@ std::string Login_Reply(char letter, const Party& party, int expiry_seconds)
 {
     CMsgLogin reply;
     reply[MSG_NUMBER_FIELD] = MSS_INGRESO_EQUIPO;
-    reply[CODIGO_PRIMARYUSER].SetStr("SERV");
     reply[EQUIPO_USUARIO].SetStr(party.machine.c_str());
     reply[BANDERA_LOGIN].SetStr(std::string(1, letter).c_str());
     reply[CODIGO_SUCURSAL_INGRESADA_4C].SetStr(party.institution().c_str());
     reply[TIEMPO_EXPIRACION_CONEXION] = std::clamp(expiry_seconds, 0, 9999);
-    return {reply.m_data, static_cast<std::size_t>(reply.m_data_len)};
+    std::string message(reply.m_data, static_cast<std::size_t>(reply.m_data_len));
+    Stamp_Header(message, {.machine = "SERV"}, {}, {}, {});
+    return message;
 }
 
 std::string Range_Message(std::uint32_t low, std::uint32_t high, std::string_view environment)
