@@ -114,10 +114,8 @@ TEST(Envelope, AddresseesAreThoseOfTheirGroups)
                                                {"IN", {"BAN1", "BAN2"}},
                                                {"GR", {"GROUP001"}},
                                                {"ZZ", {"anything"}}});
-    const qm::Audience expected{.machines = {"L001", "L002"},
-                                .branches = {"INSTMEXA"},
-                                .institutions = {"BAN1", "BAN2"},
-                                .excluded = {"L003"}};
+    const qm::Audience expected{
+        .machines = {"L001", "L002"}, .branches = {"INSTMEXA"}, .institutions = {"BAN1", "BAN2"}, .excluded = {"L003"}};
     EXPECT_EQ(audience, expected);
 }
 
@@ -240,11 +238,10 @@ TEST_F(ClockCheck, BytesOfTheBlockAreThoseOfThePage)
     std::string message = "869" + std::string(94, ' ') + "\x0c" + std::string(73, '\0');
     ASSERT_TRUE(Stamp_Clock_Check(message, noon));
     EXPECT_EQ(message.substr(0, 97), "869" + std::string(94, ' '));
-    EXPECT_EQ(ToHex(message.substr(97)),
-              ToHex(FromHex("1400"
-                            "00000000 00000000 00000000 c0d66869 c0d66869 00000000"
-                            "00000000 00000000 00000000 a6020000 a6020000 00000000"
-                            "00000000 00000000 00000000 e8030000 e8030000 00000000")));
+    EXPECT_EQ(ToHex(message.substr(97)), ToHex(FromHex("1400"
+                                                       "00000000 00000000 00000000 c0d66869 c0d66869 00000000"
+                                                       "00000000 00000000 00000000 a6020000 a6020000 00000000"
+                                                       "00000000 00000000 00000000 e8030000 e8030000 00000000")));
 }
 
 TEST_F(ClockCheck, SecondsAreThoseOfLocalTime)

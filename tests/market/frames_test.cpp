@@ -141,10 +141,9 @@ TEST(Frames, ZeroWordsAreLeftOutInTheBand)
 TEST(Frames, PayloadOfTheBandWithoutAZeroWordIsAsLongAsItsBlockWouldHaveBeen)
 {
     const std::string payload(1500, 'x');
-    EXPECT_EQ(ToHex(frame_of(SendMode::compress, payload)),
-              "44544350"
-              "0806" +
-                  ToHex(payload + std::string(44, '\0')));
+    EXPECT_EQ(ToHex(frame_of(SendMode::compress, payload)), "44544350"
+                                                            "0806" +
+                                                                ToHex(payload + std::string(44, '\0')));
 }
 
 TEST(Frames, WhatIsEncryptedIsOpened)
@@ -325,7 +324,8 @@ TEST(FrameDecoder, BytesBehindABlockWithoutZeroWordsMeanNothing)
     WireEncoder encoder(2);
     const std::string payload = std::string(1020, '\0') + "end.";
     FrameDecoder decoder;
-    EXPECT_EQ(fed(decoder, MakeFrame("DTRC", encoder.Encode(payload).payload + std::string(5000, 'x'))), Texts{payload});
+    EXPECT_EQ(fed(decoder, MakeFrame("DTRC", encoder.Encode(payload).payload + std::string(5000, 'x'))),
+              Texts{payload});
 }
 
 // ---- Complaints
