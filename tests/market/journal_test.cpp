@@ -87,7 +87,7 @@ TEST_F(JournalTest, WritesALineForAnEvent)
 
 TEST_F(JournalTest, ShowsTheFieldsOfAnOrder)
 {
-    const ordered_json fields = LineOf(market::Make(market::Order{}))["fields"];
+    ordered_json fields = LineOf(market::Make(market::Order{}))["fields"];
     EXPECT_EQ(fields["mercado"], 71);
     EXPECT_EQ(fields["usuario_postura"], "U001");
     EXPECT_EQ(fields["mcod_postura"], "000001");
@@ -110,14 +110,14 @@ TEST_F(JournalTest, TellsOneMessageFromTheNext)
     journal.Message(1, "L001", Journal::Direction::in, market::Make(market::Order{.user = "U001"}));
     journal.Message(1, "L001", Journal::Direction::in, market::Make(market::Order{.market = 72, .user = ""}));
     journal.Flush();
-    const ordered_json second = ordered_json::parse(Lines().at(1))["fields"];
+    ordered_json second = ordered_json::parse(Lines().at(1))["fields"];
     EXPECT_EQ(second["mercado"], 72);
     EXPECT_FALSE(second.contains("usuario_postura"));
 }
 
 TEST_F(JournalTest, ShowsARecordOfATableWithAFixedCode)
 {
-    const ordered_json line = LineOf(City());
+    ordered_json line = LineOf(City());
     EXPECT_EQ(line["kind"], "Global_Table");
     EXPECT_EQ(line["letter"], "I");
     EXPECT_EQ(line["code"], 25);
@@ -151,9 +151,10 @@ TEST_F(JournalTest, HidesPasswords)
     login.replace(83 + 5, 3, "ana");
     login.replace(83 + 35, 6, "branch");
     login.replace(83 + 49, 6, "secret");
-    const ordered_json line = LineOf(login);
+    ordered_json line = LineOf(login);
     EXPECT_EQ(line["fields"]["nombre_usuario"], "ana");
     EXPECT_EQ(line["fields"]["clave_usuario_16"], "***");
+    EXPECT_EQ(line["fields"]["texto_clave_sucursal"], "***");
     EXPECT_THAT(line.dump(), testing::Not(testing::HasSubstr("secret")));
     EXPECT_THAT(line.dump(), testing::Not(testing::HasSubstr("branch")));
 }

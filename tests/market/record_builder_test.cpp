@@ -390,7 +390,7 @@ TEST_F(FieldsOf, LeavesOutTextsThatStandForAGroup)
 {
     Set("CMsgOrder", "usuario_postura", "U001");
     Set_Field(*m_record, "mercado", 71);
-    const ordered_json fields = Fields_Of(*m_record);
+    ordered_json fields = Fields_Of(*m_record);
     EXPECT_EQ(fields["codigo_postura"], "U001");
     EXPECT_EQ(fields["mercado"], 71);
     EXPECT_FALSE(fields.contains("datos_globales"));
@@ -424,6 +424,12 @@ TEST_F(FieldsOf, KeepsATextWithZerosInside)
 {
     Set("CGTCity", "nombre", {{"hex", "410042"}});
     EXPECT_EQ(Fields_Of(*m_record).dump(), R"({"nombre":"A\u0000B"})");
+}
+
+TEST_F(FieldsOf, ShowsASessionsMessageByTheCataloguesNames)
+{
+    Set("CMsgLogin", "nombre_usuario", "ana");
+    EXPECT_EQ(Fields_Of(*m_record).dump(), R"({"nombre_usuario":"ana"})");
 }
 
 TEST_F(FieldsOf, FollowsThePlaceThatAFlagChooses)

@@ -111,7 +111,7 @@ void fill(CMessage& record, std::string_view message)
 
 bool is_password(const std::string& field)
 {
-    return field.find("clave_usuario") != std::string::npos || field.find("texto_clave") != std::string::npos;
+    return field.starts_with("clave_usuario") || field.starts_with("texto_clave");
 }
 
 bool is_of_header(const std::string& field)
