@@ -3,6 +3,7 @@
 
 #include "log.h"
 #include "session.h"
+#include "support.h"
 
 #include <atomic>
 
@@ -95,6 +96,15 @@ void CQcApi::CallStatusChanged(int status_code, char* status_text)
 }
 
 void CQcApi::CallDataReceived(const char* /*source_id*/, char* /*message_name*/, char* /*message_data*/) {}
+
+CQcApi::ReportsHeld::ReportsHeld() : m_hold(std::make_unique<ReportHold>()) {}
+
+CQcApi::ReportsHeld::~ReportsHeld() = default;
+
+void CQcApi::ReportsHeld::Drop()
+{
+    m_hold->Drop();
+}
 
 int CQcApi::TakeMasterMutex()
 {

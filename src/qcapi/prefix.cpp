@@ -227,8 +227,8 @@ void* PREFIX_Esquema_from_codigo(CField* field, int /*index*/, int* status, int 
 
 namespace {
 
-constexpr int receiver_length = 8;
-constexpr int most_receivers = 200;
+using qapi::most_receivers;
+using qapi::receiver_length;
 
 const Kind* kind_of_receivers(char type)
 {

@@ -56,5 +56,10 @@ CField_Ref_Fun PREFIX_Esquema_from_codigo;
 // not, and the field stands at that element. Null for a receiver that the message doesn't have, or of another kind.
 CField_Ref_Fun PREFIX_Chat_from_tipo_receptores;
 
+namespace qapi {
+inline constexpr int receiver_length = 8; // bytes of one receiver's code
+inline constexpr int most_receivers = 200;
+} // namespace qapi
+
 // Registers the functions behind their indexes.
 void PREFIX_Register();

@@ -6,6 +6,7 @@
 #include <qcapi/errors.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -35,7 +36,18 @@ class CQcApi;
 
 namespace qapi {
 class Master_Mutex;
-}
+class ReportHold;
+} // namespace qapi
+
+/// What CQcApi::DescribeField tells of a field.
+struct QapiField
+{
+    int type;           ///< as GetField returns it: 1 to 8
+    int length;         ///< in bytes, of the whole field or of the element that the name tells of
+    int decimals;       ///< of a number of type 5; 0 of all others
+    int elements;       ///< of a repeating field, as many as it has room for; 1 of all others
+    int element_length; ///< in bytes; the length where nothing repeats
+};
 
 /// The one object of the process, set by its constructor and cleared by its destructor. The library's own definition is
 /// weak: a host may define the variable itself, or leave it.
@@ -190,7 +202,8 @@ public:
     /**
      * @brief Walks the named fields of the taken record, and of the records that its codes name.
      * @param field_name starts as an empty text, receives each field's path and is passed in again; the caller's,
-     *                   1024 bytes
+     *                   1024 bytes. A path to no field of a record that a code names, as "usuario.~", goes on behind
+     *                   the code: so a host passes over records that it doesn't want
      * @param data_copy  as in GetField
      * @return the field's type, 0 at the end, which is not reported (data_copy is then empty)
      */
@@ -285,6 +298,18 @@ public:
     /// Has no effect; both arguments are ignored. @return 0, or 4 if nothing runs
     int LastAcknowledgedMessage(char* date, unsigned int message_num);
 
+    // ---- What a field is ------------------------------------------------------------------------------------------
+
+    /**
+     * @brief Tells what a named field of a kind is. Needs no session and no object; any thread; nothing is reported.
+     * @param message_type any of the kind's names, any case; a kind that a host receives or composes
+     * @param field_name   a field of its own, any case: "precio"; "receptor[2]" is an element. A path through a '.' is
+     *                     none
+     * @param field        receives the answer; the caller's, left alone on failure
+     * @return 0, 15 for an unknown kind, 16 for an unknown field
+     */
+    static int DescribeField(const char* message_type, const char* field_name, QapiField* field);
+
     // ---- Conditions on received messages -------------------------------------------------------------------------
 
     /**
@@ -329,6 +354,28 @@ public:
     int TakeMasterMutex();
     /// Lets callbacks in again. Does nothing on a thread that took nothing.
     void ReleaseMasterMutex();
+
+    /**
+     * @brief While one lives, the reports that its thread raises wait; when the thread's last one goes, the running log
+     *        and OnError get them, in order.
+     *
+     * For a host that calls operations under a lock which its callbacks take too: a report waits for the callback that
+     * runs, and that may wait for the lock. Declare it before the lock, on the stack.
+     */
+    class QAPI_EXPORT ReportsHeld
+    {
+    public:
+        ReportsHeld();
+        ~ReportsHeld();
+        ReportsHeld(const ReportsHeld&) = delete;
+        ReportsHeld& operator=(const ReportsHeld&) = delete;
+
+        /// Forgets what was raised since this one began: neither log nor host hears of it.
+        void Drop();
+
+    private:
+        std::unique_ptr<qapi::ReportHold> m_hold;
+    };
 
     /**
      * @brief For a host that wants callbacks only at moments of its choosing.

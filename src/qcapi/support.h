@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <string>
@@ -132,6 +133,8 @@ public:
     ReportHold(const ReportHold&) = delete;
     ReportHold& operator=(const ReportHold&) = delete;
 
+    void Drop(); // forgets what was raised since this one began
+
     struct Report
     {
         int code;
@@ -139,7 +142,8 @@ public:
     };
 
 private:
-    std::list<Report> m_due; // used in the outermost one alone
+    std::list<Report> m_due;    // used in the outermost one alone
+    std::size_t m_due_before{}; // reports that waited already when this one began
 };
 
 } // namespace qapi

@@ -90,7 +90,15 @@ ReportHold::ReportHold()
     if (due_reports == nullptr) {
         due_reports = &m_due;
     }
+    m_due_before = due_reports->size();
     ++hold_depth;
+}
+
+void ReportHold::Drop()
+{
+    if (due_reports->size() > m_due_before) {
+        due_reports->resize(m_due_before);
+    }
 }
 
 ReportHold::~ReportHold()

@@ -38,15 +38,13 @@ std::string_view without_padding(std::string_view text)
                                            : text.substr(begin, text.find_last_not_of(padding) + 1 - begin);
 }
 
-std::span<char> place_of(CMessage& record, int field)
+std::span<char> place_of(CField& field)
 {
-    CField& place = record[field];
-    return {place.Get_Data_Ptr(), static_cast<std::size_t>(std::max(place.m_len, 0))};
+    return {field.Get_Data_Ptr(), static_cast<std::size_t>(std::max(field.m_len, 0))};
 }
 
-int decimals_of(CMessage& record, int field)
+int decimals_of(const CField& place)
 {
-    const CField& place = record[field];
     return place.m_type == FLD_NUM_ASCII_DOUBLE ? place.m_decimal_len : 0;
 }
 
@@ -94,7 +92,7 @@ void write_decimal(std::span<char> to, int decimals, std::uint64_t whole, std::u
 
 std::string_view Bytes_Of(CMessage& record, int field)
 {
-    const std::span<char> place = place_of(record, field);
+    const std::span<char> place = place_of(record[field]);
     return {place.data(), place.size()};
 }
 
@@ -131,7 +129,7 @@ std::optional<std::int64_t> Number_Of(CMessage& record, int field, int decimals)
 
 void Put_Text(CMessage& record, int field, std::string_view text)
 {
-    const std::span<char> place = place_of(record, field);
+    const std::span<char> place = place_of(record[field]);
     const std::size_t count = std::min(text.size(), place.size());
     std::copy_n(text.begin(), count, place.begin());
     std::fill(place.begin() + static_cast<std::ptrdiff_t>(count), place.end(), '\0');
@@ -148,14 +146,16 @@ void Put_Number(CMessage& record, int field, std::int64_t value, int decimals)
 {
     const auto unit = static_cast<std::uint64_t>(power_of_ten(decimals));
     const auto number = static_cast<std::uint64_t>(std::max<std::int64_t>(value, 0));
-    write_decimal(place_of(record, field), decimals_of(record, field), number / unit, number % unit, decimals);
+    CField& place = record[field];
+    write_decimal(place_of(place), decimals_of(place), number / unit, number % unit, decimals);
 }
 
 void Put_Number(CMessage& record, int field, const WideSum& value, int decimals)
 {
     const auto parts = value.Divided_By(power_of_ten(decimals));
     const WideSum::Quotient number = parts.value_or(WideSum::Quotient{.value = UINT64_MAX});
-    write_decimal(place_of(record, field), decimals_of(record, field), number.value, number.rest, decimals);
+    CField& place = record[field];
+    write_decimal(place_of(place), decimals_of(place), number.value, number.rest, decimals);
 }
 
 void Put_Short(CMessage& record, int field, std::uint32_t value)

@@ -30,12 +30,16 @@ void WideSum::Add_Product(std::int64_t a, std::int64_t b)
     Add(back >> 32, back << 32);
 }
 
-// Bit by bit. The rest stays below the divisor, so below 2^63, and may be doubled.
+// Bit by bit where a division of the machine won't do. The rest stays below the divisor, so below 2^63, and may be
+// doubled.
 std::optional<WideSum::Quotient> WideSum::Divided_By(std::int64_t divisor) const
 {
     const auto by = static_cast<std::uint64_t>(divisor);
     if (divisor <= 0 || m_high >= by) {
         return {};
+    }
+    if (m_high == 0) {
+        return Quotient{.value = m_low / by, .rest = m_low % by};
     }
     Quotient result{.rest = m_high};
     for (int bit = 63; bit >= 0; --bit) {

@@ -9,7 +9,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <vector>
 
 namespace qm {
@@ -19,6 +18,8 @@ namespace {
 using nlohmann::ordered_json;
 using qapi::FieldPlace;
 using qapi::RecordLayout;
+
+using Places = std::vector<const FieldPlace*>;
 
 struct ShownField
 {
@@ -41,7 +42,7 @@ bool is_text(const FieldPlace& place)
 }
 
 // A text that stands for a group of fields: there is a number among them, or they are many.
-bool is_group(const FieldPlace& whole, std::span<const FieldPlace* const> fields)
+bool is_group(const FieldPlace& whole, const Places& fields)
 {
     constexpr int many = 4;
     int parts = 0;
@@ -55,15 +56,30 @@ bool is_group(const FieldPlace& whole, std::span<const FieldPlace* const> fields
     return is_text(whole) && parts >= many;
 }
 
+// Messages of the session have no names for hosts; they are shown by the catalogue's.
+Places named_fields(const RecordLayout& layout)
+{
+    const auto named = layout.Named();
+    Places places(named.begin(), named.end());
+    if (places.empty()) {
+        for (const FieldPlace& place : layout.Fields()) {
+            if (Field_Name(place.field_id) != nullptr) {
+                places.push_back(&place);
+            }
+        }
+    }
+    return places;
+}
+
 std::vector<ShownField> fields_to_show(const RecordLayout& layout)
 {
     std::vector<ShownField> shown;
-    const auto named = layout.Named();
+    const Places named = named_fields(layout);
     for (const FieldPlace* place : named) {
         const int length = std::min(qapi::Bytes_Of_Value(place->field_id, place->len),
                                     layout.Data_Len() - place->displacement);
         if (length > 0 && !is_group(*place, named)) {
-            shown.push_back({place->name, place->field_id, type_of(*place),
+            shown.push_back({place->name != nullptr ? place->name : Field_Name(place->field_id), place->field_id, type_of(*place),
                              static_cast<std::size_t>(place->displacement), static_cast<std::size_t>(length),
                              place->policy != nullptr});
         }

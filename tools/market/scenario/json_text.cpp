@@ -3,6 +3,7 @@
 #include "scenario/values.h"
 
 #include <algorithm>
+#include <exception>
 #include <set>
 
 namespace qm {
@@ -11,6 +12,12 @@ namespace {
 
 using nlohmann::ordered_json;
 using Event = ordered_json::parse_event_t;
+
+constexpr std::size_t most_levels = 32; // what shows and copies values does it level by level
+
+class TooDeep : public std::exception
+{
+};
 
 // Follows a parser through a document and tells each key that an object has twice.
 class KeyWatch
@@ -23,7 +30,7 @@ public:
         switch (event) {
         case Event::object_start:
         case Event::array_start:
-            m_levels.push_back({.place = Place_Of_Next(), .is_array = event == Event::array_start});
+            Begin_Level(event == Event::array_start);
             return;
         case Event::key:
             See_Key(parsed.get<std::string>());
@@ -49,6 +56,14 @@ private:
         std::string key{};
         std::set<std::string> keys{};
     };
+
+    void Begin_Level(bool is_array)
+    {
+        if (m_levels.size() == most_levels) {
+            throw TooDeep();
+        }
+        m_levels.push_back({.place = Place_Of_Next(), .is_array = is_array});
+    }
 
     void See_Key(const std::string& key)
     {
@@ -140,6 +155,8 @@ ordered_json Parse_Json(const std::string& text, Mistakes& mistakes)
     };
     try {
         return ordered_json::parse(text, see);
+    } catch (const TooDeep&) {
+        mistakes.Add("", "expected at most " + std::to_string(most_levels) + " arrays and objects inside each other");
     } catch (const ordered_json::parse_error& error) {
         add_at_byte(mistakes, text, error.byte > 0 ? error.byte - 1 : 0, told_by_parser(error.what()));
     } catch (const ordered_json::exception& error) {

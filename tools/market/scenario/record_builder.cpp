@@ -130,12 +130,13 @@ std::optional<std::string> bytes_of_object(const json& value)
     if (value.size() != keys || !value.contains("hex") || !value["hex"].is_string()) {
         return std::nullopt;
     }
-    const json times = value.value("times", json(1U));
     const auto bytes = from_hex(value["hex"].get<std::string>());
-    if (!bytes || !times.is_number_unsigned() || times.get<std::uint64_t>() > LARGEST_RECORD_BUFFER) {
+    const auto times = Decimal_Of(value.value("times", json(1)));
+    const auto count = times ? times->units(0) : std::nullopt;
+    if (!bytes || !count || *count < 1 || *count > LARGEST_RECORD_BUFFER) {
         return std::nullopt;
     }
-    return repeated(*bytes, times.get<std::size_t>());
+    return repeated(*bytes, static_cast<std::size_t>(*count));
 }
 
 std::optional<std::string> bytes_of(const json& value)
@@ -228,12 +229,12 @@ std::string set_integer(CField& field, const json& value)
     return {};
 }
 
-// A position is kept for the sign.
+// A position is kept for the sign. Some fields have more decimals than the library's numbers.
 std::string set_fixed_point(CField& field, const json& value)
 {
-    const auto decimals = static_cast<std::size_t>(field.m_decimal_len);
+    const auto decimals = static_cast<std::size_t>(std::min(field.m_decimal_len, COMMON_CALC_DEC));
     const auto length = static_cast<std::size_t>(std::max(field.m_len - 1, 0));
-    const std::size_t behind = decimals != 0 ? decimals + 1 : 0;
+    const std::size_t behind = decimals != 0 ? static_cast<std::size_t>(field.m_decimal_len) + 1 : 0;
     const std::size_t whole = std::min<std::size_t>(length - std::min(length, behind), COMMON_CALC_INT);
     const auto number = Decimal_Of(value);
     if (!number || number->decimals.size() > decimals || number->whole.size() > whole) {

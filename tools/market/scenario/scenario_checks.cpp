@@ -37,11 +37,13 @@ class OnceOnly
 public:
     OnceOnly(Mistakes& mistakes, std::string what) : m_mistakes(mistakes), m_what(std::move(what)) {}
 
-    void See(const std::string& place, const nlohmann::json& value)
+    bool See(const std::string& place, const nlohmann::json& value)
     {
-        if (!m_seen.insert(value).second) {
+        const bool is_new = value == "" || value == 0 || m_seen.insert(value).second;
+        if (!is_new) {
             m_mistakes.Add(place, "expected each " + m_what + " once, found " + Shown(value) + " again");
         }
+        return is_new;
     }
 
 private:
@@ -67,12 +69,15 @@ public:
     }
     [[nodiscard]] bool is_there() const { return m_table != nullptr; }
 
-    void Expect(Mistakes& mistakes, const std::string& place, const std::string& code, const nlohmann::json& found) const
+    // False if it isn't one, and that was told.
+    bool Expect(Mistakes& mistakes, const std::string& place, const std::string& code, const nlohmann::json& found) const
     {
-        if (is_there() && !code.empty() && Record_Of(code) == nullptr) {
-            const std::string name = Find_Table_Of_Code(m_table->code)->name;
-            mistakes.Add(place, "expected the code of a record of table " + name + ", found " + Shown(found));
+        if (!is_there() || code.empty() || Record_Of(code) != nullptr) {
+            return true;
         }
+        const std::string name = Find_Table_Of_Code(m_table->code)->name;
+        mistakes.Add(place, "expected the code of a record of table " + name + ", found " + Shown(found));
+        return false;
     }
 
 private:
@@ -96,39 +101,51 @@ void check_servers(const Scenario& scenario, Mistakes& mistakes)
     }
 }
 
-// The branch of a login is that of the user's record.
-void check_branch(const User& user, const Codes& users, const std::string& place, Mistakes& mistakes)
+// The branch of a login is that of the user's record. False if it isn't, and that was told.
+bool check_branch_of_record(const User& user, const Codes& users, const std::string& place, Mistakes& mistakes)
 {
     const std::string* record = users.is_there() && !user.code.empty() ? users.Record_Of(user.code) : nullptr;
     if (record == nullptr || user.branch.empty()) {
-        return;
+        return true;
     }
     const std::string branch = record->substr(branch_of_user, user.branch.size());
-    if (branch != user.branch) {
-        mistakes.Add(place, "expected the branch of its record in table users, " +
-                                Shown(branch.substr(0, branch.find('\0'))) + ", found " + Shown(user.branch));
+    if (branch == user.branch) {
+        return true;
+    }
+    mistakes.Add(place, "expected the branch of its record in table users, " +
+                            Shown(branch.substr(0, branch.find('\0'))) + ", found " + Shown(user.branch));
+    return false;
+}
+
+struct TablesOfUsers
+{
+    Codes users;
+    Codes branches;
+    Codes institutions;
+};
+
+void check_user(const User& user, std::size_t index, const TablesOfUsers& tables, Mistakes& mistakes)
+{
+    const std::string code = place_of("users", index, "code");
+    const std::string branch = place_of("users", index, "branch");
+    tables.users.Expect(mistakes, code, user.code, user.code);
+    if (check_branch_of_record(user, tables.users, branch, mistakes) &&
+        tables.branches.Expect(mistakes, branch, user.branch, user.branch)) {
+        tables.institutions.Expect(mistakes, branch, user.branch.substr(0, 4), user.branch);
     }
 }
 
 void check_users(const Scenario& scenario, Mistakes& mistakes)
 {
-    const Codes users(scenario, users_code);
-    const Codes branches(scenario, branches_code);
-    const Codes institutions(scenario, institutions_code);
+    const TablesOfUsers tables{
+        Codes(scenario, users_code), Codes(scenario, branches_code), Codes(scenario, institutions_code)};
     OnceOnly names(mistakes, "name");
     OnceOnly codes(mistakes, "code");
     for (std::size_t i = 0; i < scenario.users.size(); ++i) {
         const User& user = scenario.users[i];
-        if (!user.name.empty()) {
-            names.See(place_of("users", i, "name"), user.name);
-        }
-        if (!user.code.empty()) {
-            codes.See(place_of("users", i, "code"), user.code);
-        }
-        users.Expect(mistakes, place_of("users", i, "code"), user.code, user.code);
-        check_branch(user, users, place_of("users", i, "branch"), mistakes);
-        branches.Expect(mistakes, place_of("users", i, "branch"), user.branch, user.branch);
-        institutions.Expect(mistakes, place_of("users", i, "branch"), user.branch.substr(0, 4), user.branch);
+        names.See(place_of("users", i, "name"), user.name);
+        codes.See(place_of("users", i, "code"), user.code);
+        check_user(user, i, tables, mistakes);
         if (!scenario.machines.empty() && !user.machine.empty() && !contains(scenario.machines, user.machine)) {
             mistakes.Add(place_of("users", i, "machine"), "expected one of machines, found " + Shown(user.machine));
         }
@@ -149,12 +166,20 @@ void check_markets(const Scenario& scenario, Mistakes& mistakes)
     OnceOnly numbers(mistakes, "number");
     for (std::size_t i = 0; i < scenario.markets.size(); ++i) {
         const MarketDescription& market = scenario.markets[i];
-        if (market.number != 0) {
-            numbers.See(place_of("markets", i, "number"), market.number);
-            markets.Expect(mistakes, place_of("markets", i, "number"), market_code(market.number), market.number);
+        const std::string place = place_of("markets", i, "number");
+        if (numbers.See(place, market.number) && market.number != 0) {
+            markets.Expect(mistakes, place, market_code(market.number), market.number);
         }
         currencies.Expect(mistakes, place_of("markets", i, "currency"), market.currency, market.currency);
     }
+}
+
+// One that has the number of an earlier market was told of already.
+bool is_first_of_number(const Scenario& scenario, std::size_t index)
+{
+    const auto at = scenario.markets.begin() + static_cast<std::ptrdiff_t>(index);
+    return std::none_of(scenario.markets.begin(), at,
+                        [at](const MarketDescription& market) { return market.number == at->number; });
 }
 
 // A code stands for one table: a market's orders, or what the scenario lists, or what a fixed code means.
@@ -173,7 +198,9 @@ void check_table_codes(const Scenario& scenario, Mistakes& mistakes)
         }
     };
     for (std::size_t i = 0; i < scenario.markets.size(); ++i) {
-        take(scenario.markets[i].orders_table, place_of("markets", i, "orders_table"), "CGTOrder");
+        if (is_first_of_number(scenario, i)) {
+            take(scenario.markets[i].orders_table, place_of("markets", i, "orders_table"), "CGTOrder");
+        }
     }
     for (std::size_t i = 0; i < scenario.tables.size(); ++i) {
         take(scenario.tables[i].code, place_of("tables", i, "code"), scenario.tables[i].record_class.c_str());
