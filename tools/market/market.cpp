@@ -222,6 +222,11 @@ void Market::On_Closed(Client& client, const std::string& why)
     m_loop.Post([this] { Collect(); });
 }
 
+void Market::On_Progress(Client& client, const std::string& text)
+{
+    Tell("machine " + client.party().machine + ": " + text);
+}
+
 void Market::Collect()
 {
     std::erase_if(m_clients, [](const auto& client) { return client.second->is_closed(); });

@@ -63,6 +63,7 @@ private:
     void On_Order(Client& client, std::string_view message, const Audience& audience) override;
     void On_Chat(Client& client, std::string_view message) override;
     void On_Closed(Client& client, const std::string& why) override;
+    void On_Progress(Client& client, const std::string& text) override;
     [[nodiscard]] const Clock& clock() const override { return m_loop.clock(); }
     [[nodiscard]] Journal& journal() override { return m_journal; }
     void Accepted(int descriptor, const std::string& peer);

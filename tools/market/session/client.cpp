@@ -3,6 +3,7 @@
 #include "little_endian.h"
 #include "message_numbers.h"
 #include "records/sizes.h"
+#include "scenario/record_builder.h"
 #include "session/header.h"
 #include "session/login.h"
 
@@ -17,6 +18,7 @@ constexpr std::uint16_t clock_check_type = 1; // of the envelope
 constexpr std::uint16_t connected_users_table = 16;
 constexpr std::size_t table_letter_at = 3;
 constexpr std::size_t table_code_at = 4;
+constexpr char end_of_table = 'z';
 constexpr const char* our_name = "SERV";
 
 bool is_presence(std::string_view message)
@@ -28,8 +30,8 @@ bool is_presence(std::string_view message)
 } // namespace
 
 Client::Client(EventLoop& loop, int descriptor, std::uint64_t id, std::string peer, ClientOwner& owner)
-    : m_id(id), m_peer(std::move(peer)), m_owner(owner), m_encoder(owner.scenario().send_mode), m_log(owner.scenario().server),
-      m_last_received(loop.clock().now()), m_last_sent(loop.clock().now())
+    : m_id(id), m_peer(std::move(peer)), m_owner(owner), m_encoder(owner.scenario().send_mode),
+      m_log(owner.scenario().server), m_last_received(loop.clock().now()), m_last_sent(loop.clock().now())
 {
     m_stream = std::make_unique<Stream>(loop, descriptor,
                                         Stream::Events{.received = [this](std::string_view bytes) { Received(bytes); },
@@ -156,6 +158,18 @@ void Client::Take_Table_Message(std::string_view message)
     for (const std::string& part : answer.messages) {
         Send_Message(part);
     }
+    if (!answer.messages.empty() && answer.messages.back()[table_letter_at] == end_of_table) {
+        Tell_Table(message, answer.messages.size() - 1);
+    }
+}
+
+void Client::Tell_Table(std::string_view request, std::size_t count)
+{
+    const auto code = load_le<std::uint16_t>(request.data() + table_code_at);
+    const TableName* name = Find_Table_Of_Code(code);
+    m_owner.On_Progress(*this, "table " + std::to_string(code) +
+                                   (name != nullptr ? std::string(" ") + name->name : "") + ", " +
+                                   std::to_string(count) + (count == 1 ? " record" : " records"));
 }
 
 // ---- What it gets ----------------------------------------------------------------------------------------------
@@ -250,6 +264,20 @@ void Client::Send_Log()
             return;
         }
         Send_Message(next->message, next->priority);
+        Tell_Log();
+    }
+}
+
+// The rounds are told when they end; behind them messages come one by one.
+void Client::Tell_Log()
+{
+    const int number = Number_Of(m_last_message);
+    if (number == MSS_INICIO_LOG) {
+        m_in_round = 0;
+    } else if (number == MSS_FIN_LOG) {
+        m_owner.On_Progress(*this, "stored messages, " + std::to_string(m_in_round));
+    } else {
+        ++m_in_round;
     }
 }
 

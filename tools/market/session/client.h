@@ -35,6 +35,7 @@ public:
     virtual void On_Order(Client& client, std::string_view message, const Audience& audience) = 0;
     virtual void On_Chat(Client& client, std::string_view message) = 0;
     virtual void On_Closed(Client& client, const std::string& why) = 0;
+    virtual void On_Progress(Client& client, const std::string& text) = 0; // for the eye
 
     [[nodiscard]] virtual const Scenario& scenario() const = 0;
     [[nodiscard]] virtual const MessageStore& store() const = 0;
@@ -101,6 +102,8 @@ private:
     void Take_Table_Message(std::string_view message);
     void Send_On();
     void Send_Log();
+    void Tell_Table(std::string_view request, std::size_t count);
+    void Tell_Log();
     void Send_Flood();
     void Next_Of_Flood();
     [[nodiscard]] bool has_room() const { return m_stream->queued() < Stream::HIGH_WATER; }
@@ -124,6 +127,7 @@ private:
     std::string m_frame; // the one that is being built
     Clock::Time m_last_received{};
     Clock::Time m_last_sent{};
+    std::size_t m_in_round = 0; // messages of the round of the log that is being sent
     std::uint64_t m_messages_in = 0;
     std::uint64_t m_messages_out = 0;
     std::unique_ptr<Stream> m_stream; // last: its callbacks use the rest
