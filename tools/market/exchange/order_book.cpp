@@ -92,14 +92,13 @@ const BookOrder* OrderBook::Find(std::uint64_t id) const
 std::vector<BookOrder> OrderBook::Side_In_Order(Side side) const
 {
     std::vector<BookOrder> orders;
-    if (side == Side::offer) {
-        for (const auto& [price, level] : m_offers) {
-            orders.insert(orders.end(), level.begin(), level.end());
-        }
-        return orders;
-    }
-    for (auto level = m_bids.rbegin(); level != m_bids.rend(); ++level) {
-        orders.insert(orders.end(), level->second.begin(), level->second.end());
+    const auto append = [&orders](const auto& level) {
+        orders.insert(orders.end(), level.second.begin(), level.second.end());
+    };
+    if (side == Side::bid) {
+        std::for_each(m_bids.rbegin(), m_bids.rend(), append);
+    } else {
+        std::for_each(m_offers.begin(), m_offers.end(), append);
     }
     return orders;
 }

@@ -65,7 +65,8 @@ void Stream::Close(const std::string& why)
         return;
     }
     const std::shared_ptr<Shared> shared = m_shared;
-    const std::string text = why; // which may be a member's
+    // The text may belong to what the callback destroys. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const std::string text = why;
     Shut();
     if (shared->events.closed) {
         shared->events.closed(text);
