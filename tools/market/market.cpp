@@ -18,6 +18,7 @@ namespace {
 
 constexpr Clock::Time tick = std::chrono::seconds(1);
 constexpr std::uint32_t idx_of_a_client = 100'000; // record numbers that each client gets
+constexpr std::size_t longest_chat = 3823;
 constexpr std::uint16_t of_data_managers = 1;
 constexpr std::uint16_t of_data_servers = 5;
 
@@ -95,7 +96,7 @@ void Market::Start(std::unique_ptr<MessageStore> kept)
     }
     m_listener =
         std::make_unique<Listener>(m_loop, m_options.address, m_port,
-                                   [this](int descriptor, const std::string& peer) { Accepted(descriptor, peer); });
+                                   [this](int descriptor, const std::string& peer) { Adopt(descriptor, peer); });
     m_port = m_listener->port();
 }
 
@@ -156,7 +157,7 @@ void Market::Bring_Back_Orders()
 
 // ---- Clients ---------------------------------------------------------------------------------------------------
 
-void Market::Accepted(int descriptor, const std::string& peer)
+void Market::Adopt(int descriptor, const std::string& peer)
 {
     const std::uint64_t id = ++m_last_client;
     m_clients[id] = std::make_unique<Client>(m_loop, descriptor, id, peer, static_cast<ClientOwner&>(*this));
@@ -187,7 +188,9 @@ void Market::On_Login(Client& client, std::string_view message)
 void Market::On_Order(Client& client, std::string_view message, const Audience& audience)
 {
     const Party sender = client.party();
-    const std::string refusal = Take_Order(sender, message, audience);
+    std::string order(message);
+    Stamp_Sender(order, sender);
+    const std::string refusal = Take_Order(sender, order, audience);
     if (refusal.empty()) {
         return;
     }
@@ -206,7 +209,7 @@ std::string Market::Take_Order(const Party& sender, std::string_view message, co
 void Market::On_Chat(Client& client, std::string_view message)
 {
     Tell("chat of " + Text_Of_Chat(message));
-    Send_Chat(client.party(), std::string(message), Audience_Of_Chat(message, client.party()));
+    Send_Chat(client.party(), std::string(message.substr(0, longest_chat)), Audience_Of_Chat(message, client.party()));
 }
 
 void Market::Send_Chat(const Party& sender, std::string message, const Audience& audience)

@@ -50,6 +50,9 @@ public:
     [[nodiscard]] const MessageStore& store() const override { return *m_store; }
     [[nodiscard]] const Tables& tables() const override { return *m_tables; }
 
+    // A connected client, as the listener gives them; takes the descriptor.
+    void Adopt(int descriptor, const std::string& peer);
+
     // A line as typed at the prompt (commands.h). Gives what it has to say, which may be several lines; one that can't
     // be done begins with "error: ".
     std::string Do(const std::string& line);
@@ -66,7 +69,6 @@ private:
     void On_Progress(Client& client, const std::string& text) override;
     [[nodiscard]] const Clock& clock() const override { return m_loop.clock(); }
     [[nodiscard]] Journal& journal() override { return m_journal; }
-    void Accepted(int descriptor, const std::string& peer);
     void Collect();
     void Tick();
 

@@ -14,7 +14,8 @@ namespace qm {
 namespace {
 
 constexpr Clock::Time alive_interval = std::chrono::seconds(20);
-constexpr std::uint16_t clock_check_type = 1; // of the envelope
+constexpr std::uint16_t message_type = 100; // of the envelope
+constexpr std::uint16_t clock_check_type = 1;
 constexpr std::uint16_t connected_users_table = 16;
 constexpr std::size_t table_letter_at = 3;
 constexpr std::size_t table_code_at = 4;
@@ -86,20 +87,24 @@ void Client::Take_Payload(std::string_view payload)
         Close("bad data: not an envelope");
         return;
     }
-    if (envelope->type == clock_check_type || Number_Of(envelope->message) == MSS_TIME_CHECK) {
-        std::string check(envelope->message);
-        if (Stamp_Clock_Check(check, m_owner.clock().wall())) {
-            m_frame.clear();
-            std::string answer;
-            Append_Envelope(answer, check, envelope->priority, our_name, clock_check_type);
-            m_encoder.Append(m_frame, answer);
-            Send_Bytes(m_frame);
-        }
+    if (Number_Of(envelope->message) == MSS_TIME_CHECK) {
+        Answer_Clock_Check(envelope->message);
         return;
     }
     ++m_messages_in;
     m_owner.journal().Message(m_id, m_party.machine, Journal::Direction::in, envelope->message);
     Take_Message(envelope->message, envelope->audience);
+}
+
+void Client::Answer_Clock_Check(std::string_view message)
+{
+    std::string check(message);
+    if (Stamp_Clock_Check(check, m_owner.clock().wall())) {
+        m_frame.clear();
+        if (Pack(m_frame, check, PRIORITY_OF_MESSAGES, clock_check_type)) {
+            Send_Bytes(m_frame);
+        }
+    }
 }
 
 void Client::Take_Message(std::string_view message, const Audience& audience)
@@ -194,12 +199,17 @@ void Client::Table_Changed(char letter, std::uint16_t code, const TableRow& row)
     }
 }
 
-std::string Client::Frame_Of(std::string_view message)
+// Appends the message's frame. False, and nothing is appended, if the message is too long for the connection's mode.
+bool Client::Pack(std::string& frame, std::string_view message, std::uint16_t priority, std::uint16_t type)
 {
     std::string envelope;
+    return Append_Envelope(envelope, message, priority, our_name, type) && m_encoder.Append(frame, envelope);
+}
+
+std::string Client::Frame_Of(std::string_view message)
+{
     std::string frame;
-    Append_Envelope(envelope, message, PRIORITY_OF_MESSAGES, our_name);
-    m_encoder.Append(frame, envelope);
+    Pack(frame, message, PRIORITY_OF_MESSAGES, message_type);
     return frame;
 }
 
@@ -208,11 +218,12 @@ void Client::Send_Message(std::string_view message, std::uint16_t priority)
     if (m_phase == Phase::closed) {
         return;
     }
-    m_owner.journal().Message(m_id, m_party.machine, Journal::Direction::out, message);
-    std::string envelope;
-    Append_Envelope(envelope, message, priority, our_name);
     m_frame.clear();
-    m_encoder.Append(m_frame, envelope);
+    if (!Pack(m_frame, message, priority, message_type)) {
+        Note("not sent", "a message of " + std::to_string(message.size()) + " bytes");
+        return;
+    }
+    m_owner.journal().Message(m_id, m_party.machine, Journal::Direction::out, message);
     m_last_message = message;
     m_last_priority = priority;
     ++m_messages_out;

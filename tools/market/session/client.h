@@ -97,6 +97,8 @@ private:
 
     void Received(std::string_view bytes);
     void Take_Payload(std::string_view payload);
+    void Answer_Clock_Check(std::string_view message);
+    bool Pack(std::string& frame, std::string_view message, std::uint16_t priority, std::uint16_t type);
     void Take_Message(std::string_view message, const Audience& audience);
     void Take_Session_Message(int number, std::string_view message, const Audience& audience);
     void Take_Table_Message(std::string_view message);

@@ -60,10 +60,16 @@ void Stamp_Header(std::string& message, const Party& sender, std::string_view se
 {
     message.resize(std::max(message.size(), CABEZA_END));
     std::fill(message.begin() + number_width, message.begin() + CABEZA_END, '\0');
+    Stamp_Sender(message, sender);
+    Stamp_Server(message, server, date, hour);
+}
+
+void Stamp_Sender(std::string& message, const Party& sender)
+{
+    message.resize(std::max(message.size(), CABEZA_END));
     put(message, machine_at, sender.machine, 4);
     put(message, user_at, sender.user, 4);
     put(message, branch_at, sender.branch, 8);
-    Stamp_Server(message, server, date, hour);
 }
 
 Party Sender_Of(std::string_view message)

@@ -25,6 +25,9 @@ void Stamp_Header(std::string& message, const Party& sender, std::string_view se
 // The same without the sender, whom the message names already.
 void Stamp_Server(std::string& message, std::string_view server, std::string_view date, std::string_view hour);
 
+// The sender alone, whatever the message says: nobody writes in the name of another.
+void Stamp_Sender(std::string& message, const Party& sender);
+
 // Machine, user and branch of a message that this market has stamped.
 Party Sender_Of(std::string_view message);
 
