@@ -32,6 +32,5 @@ int main(int count, char** arguments)
     }
     for (std::string line; std::getline(std::cin, line);) {
     }
-    host.logout(); // ahead of the functions, which go with the host
     return 0;
 }
