@@ -246,10 +246,9 @@ TEST_F(HostTest, InTheCallbackOfTheLossHandlesAreGoneAlready)
     bring_up();
     const Message message = numbered_order(1);
     std::atomic<bool> was_gone = false;
-    host.on_status = [&](int code, const std::string&) {
-        was_gone = code == QAPI_STATUS_DISCONNECTED ? message.is_gone() : was_gone.load();
-    };
+    on_status([&](int code) { was_gone = code == QAPI_STATUS_DISCONNECTED ? message.is_gone() : was_gone.load(); });
     lose_connection();
+    on_status(nullptr);
     EXPECT_TRUE(was_gone);
 }
 
@@ -379,12 +378,12 @@ TEST_F(HostTest, AReportOfOneThreadDoesNotStopTheCallbackThatReads)
     const Message message = numbered_order(1);
     std::atomic<bool> reading = false;
     std::atomic<int> read = 0;
-    host.on_status = [&](int code, const std::string&) {
+    on_status([&](int code) {
         reading = true;
         for (int round = 0; round < 200 && code == QAPI_STATUS_DISCONNECTED; ++round) {
             read += message.get<int>("no_such_field") == 0 ? 1 : 0;
         }
-    };
+    });
     std::thread other([&] {
         while (!reading) {
             static_cast<void>(message.get<int>("no_such_field"));
@@ -395,6 +394,7 @@ TEST_F(HostTest, AReportOfOneThreadDoesNotStopTheCallbackThatReads)
     });
     lose_connection();
     other.join();
+    on_status(nullptr);
     EXPECT_EQ(read, 200);
 }
 
