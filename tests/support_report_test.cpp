@@ -1,3 +1,4 @@
+#include "qcapi/qcapi.h"
 #include "qcapi/support.h"
 
 #include <gmock/gmock.h>
@@ -126,6 +127,33 @@ TEST_F(Report, WaitsForTheOutermostHold)
         EXPECT_THAT(heard, IsEmpty());
     }
     EXPECT_THAT(heard, ElementsAre("host 1 inner", "host 1 outer"));
+}
+
+TEST_F(Report, IsForgottenIfTheHoldDropsItAndThoseAheadOfTheHoldStay)
+{
+    {
+        const ReportHold outer;
+        COMMON_Put_Syslog_Message(1, "ahead");
+        {
+            ReportHold inner;
+            COMMON_Put_Syslog_Message(1, "dropped");
+            inner.Drop();
+            COMMON_Put_Syslog_Message(1, "behind");
+        }
+    }
+    EXPECT_THAT(heard, ElementsAre("host 1 ahead", "host 1 behind"));
+}
+
+TEST_F(Report, OfAnOperationWaitsForAHostThatHoldsReports)
+{
+    {
+        CQcApi::ReportsHeld held;
+        COMMON_Put_Syslog_Message(1, "dropped");
+        held.Drop();
+        COMMON_Put_Syslog_Message(1, "kept");
+        EXPECT_THAT(heard, IsEmpty());
+    }
+    EXPECT_THAT(heard, ElementsAre("host 1 kept"));
 }
 
 TEST_F(Report, IsDeliveredBehindTheLockThatTheHoldSurrounds)

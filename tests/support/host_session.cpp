@@ -26,7 +26,15 @@ HostSession::HostSession()
     host.on_error = [this](int code, const std::string& text, int next_action) {
         note("error " + std::to_string(code) + " " + text + " / " + std::to_string(next_action));
     };
-    host.on_status = [this](int code, const std::string& text) { note("status " + std::to_string(code) + " " + text); };
+    host.on_status = [this](int code, const std::string& text) {
+        {
+            const std::lock_guard acting(m_acting);
+            if (m_on_status) {
+                m_on_status(code);
+            }
+        }
+        note("status " + std::to_string(code) + " " + text);
+    };
     host.on_message = [this](quentar::Message message) {
         const std::lock_guard lock(m_lock);
         m_messages.push_back(std::move(message));
@@ -122,6 +130,12 @@ int HostSession::count_of(const std::string& head)
     const std::lock_guard lock(m_lock);
     return static_cast<int>(
         std::count_if(m_lines.begin(), m_lines.end(), [&](const auto& line) { return line.starts_with(head); }));
+}
+
+void HostSession::on_status(std::function<void(int code)> act)
+{
+    const std::lock_guard acting(m_acting);
+    m_on_status = std::move(act);
 }
 
 void HostSession::note(const std::string& line)

@@ -9,6 +9,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -40,6 +41,9 @@ protected:
     [[nodiscard]] int count(const std::string& line);
     [[nodiscard]] int count_of(const std::string& head); // lines that begin so
 
+    // Runs on each change of the status, from now on; none ends that. The host's own functions stay as they are.
+    void on_status(std::function<void(int code)> act);
+
     SessionPeer peer;
     quentar::Host host;
 
@@ -50,4 +54,6 @@ private:
     std::condition_variable m_changed;
     std::vector<std::string> m_lines;
     std::deque<quentar::Message> m_messages;
+    std::mutex m_acting; // while the status function runs or changes
+    std::function<void(int code)> m_on_status;
 };
