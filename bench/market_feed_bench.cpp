@@ -6,8 +6,11 @@
 #include "wire/envelope.h"
 #include "wire/frames.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <netinet/in.h>
@@ -21,7 +24,7 @@
 
 namespace {
 
-constexpr std::uint64_t orders_in_a_round = 200'000;
+constexpr std::uint64_t orders_in_a_round = 200'000; // as in the command of Feed
 constexpr std::size_t bytes_of_a_frame = 1504 + 19 + 6;
 
 constexpr const char* scenario = R"({
@@ -163,7 +166,7 @@ void Feed(benchmark::State& state)
     for (auto round : state) {
         const double cpu_before = market.cpu_seconds();
         const double begin = seconds_of(CLOCK_MONOTONIC);
-        market.command("flood L001 71 " + std::to_string(orders_in_a_round));
+        market.command("flood L001 71 200000");
         read_bytes(end, orders_in_a_round * bytes_of_a_frame);
         ours += seconds_of(CLOCK_MONOTONIC) - begin;
         cpu += market.cpu_seconds() - cpu_before;
@@ -185,7 +188,9 @@ void Idle(benchmark::State& state)
     std::vector<int> ends;
     for (int i = 0; i < 50; ++i) {
         ends.push_back(connected_to(market.port()));
-        send_login(ends.back(), "M" + std::to_string(100 + i));
+        std::array<char, 5> machine{};
+        std::snprintf(machine.data(), machine.size(), "M%03d", i);
+        send_login(ends.back(), machine.data());
         read_bytes(ends.back(), bytes_behind_a_login);
     }
     double cpu = 0;
