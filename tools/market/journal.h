@@ -56,7 +56,7 @@ private:
     const Clock& m_clock;
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;
     bool m_with_fields = false;
-    std::map<int, std::unique_ptr<CMessage>> m_records;           // by message number
+    std::map<int, std::unique_ptr<CMessage>> m_records;             // by message number
     std::map<std::uint16_t, std::unique_ptr<CMessage>> m_of_tables; // by table code
 };
 

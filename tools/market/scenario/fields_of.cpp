@@ -76,12 +76,12 @@ std::vector<ShownField> fields_to_show(const RecordLayout& layout)
     std::vector<ShownField> shown;
     const Places named = named_fields(layout);
     for (const FieldPlace* place : named) {
-        const int length = std::min(qapi::Bytes_Of_Value(place->field_id, place->len),
-                                    layout.Data_Len() - place->displacement);
+        const int length =
+            std::min(qapi::Bytes_Of_Value(place->field_id, place->len), layout.Data_Len() - place->displacement);
         if (length > 0 && !is_group(*place, named)) {
-            shown.push_back({place->name != nullptr ? place->name : Field_Name(place->field_id), place->field_id, type_of(*place),
-                             static_cast<std::size_t>(place->displacement), static_cast<std::size_t>(length),
-                             place->policy != nullptr});
+            shown.push_back({place->name != nullptr ? place->name : Field_Name(place->field_id), place->field_id,
+                             type_of(*place), static_cast<std::size_t>(place->displacement),
+                             static_cast<std::size_t>(length), place->policy != nullptr});
         }
     }
     return shown;
