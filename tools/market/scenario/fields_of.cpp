@@ -112,16 +112,24 @@ std::string_view bytes_of(CMessage& record, const ShownField& shown)
 
 // ---- Values; none of an empty field
 
-constexpr std::string_view padding(" \0", 2);
+bool is_padding(char c)
+{
+    return c == ' ' || c == '\0';
+}
 
 std::string_view without_padding_behind(std::string_view bytes)
 {
-    return bytes.substr(0, bytes.find_last_not_of(padding) + 1);
+    while (!bytes.empty() && is_padding(bytes.back())) {
+        bytes.remove_suffix(1);
+    }
+    return bytes;
 }
 
 std::string_view without_padding(std::string_view bytes)
 {
-    bytes.remove_prefix(std::min(bytes.find_first_not_of(padding), bytes.size()));
+    while (!bytes.empty() && is_padding(bytes.front())) {
+        bytes.remove_prefix(1);
+    }
     return without_padding_behind(bytes);
 }
 
