@@ -19,14 +19,14 @@ namespace {
 
 constexpr std::uint16_t code = 25;
 constexpr std::uint32_t environment = 0x4F430000;
-constexpr std::size_t most_rows = 300; // or stored messages: what one input may grow
+constexpr std::size_t most_rows = 100; // or stored messages: what one input may grow
 
 class Market
 {
 public:
     Market()
     {
-        for (int row = 0; row < 240; ++row) { // two messages of a list
+        for (int row = 0; row < 12; ++row) {
             cities().Insert(std::to_string(row));
         }
         m_store.Add(qm::Log::A, "20260115", 60, qm::Audience::All(), "111");

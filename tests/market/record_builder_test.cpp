@@ -339,8 +339,8 @@ TEST_F(SetAnyField, TakesItsLongestValueInEveryClass)
                 const int whole = std::min(field.m_len - 1 - (decimals > 0 ? decimals + 1 : 0), 16);
                 value = std::string(static_cast<std::size_t>(whole), '9') +
                         (decimals > 0 ? "." + std::string(static_cast<std::size_t>(std::min(decimals, 8)), '9') +
-                                             std::string(static_cast<std::size_t>(std::max(decimals - 8, 0)), '0')
-                                       : "");
+                                            std::string(static_cast<std::size_t>(std::max(decimals - 8, 0)), '0')
+                                      : "");
             } else if (field.m_type == FLD_NUM_ASCII_INT) {
                 value = std::stoi(std::string(static_cast<std::size_t>(field.m_len), '9'));
             } else if (field.m_type == FLD_DATE) {
@@ -432,11 +432,14 @@ TEST_F(FieldsOf, ShowsASessionsMessageByTheCataloguesNames)
     EXPECT_EQ(Fields_Of(*m_record).dump(), R"({"nombre_usuario":"ana"})");
 }
 
-TEST_F(FieldsOf, FollowsThePlaceThatAFlagChooses)
+TEST_F(FieldsOf, ShowsBytesByTheFlagThatTellsWhoseTheyAre)
 {
-    Set("CMsgOrder", "bandera_sector_financiero", "E");
-    const ordered_json user = Fields_Of(*m_record);
-    EXPECT_FALSE(user.contains("usuario_empleado") && user.contains("usuario_sucursal_intermediario"));
+    Set("CMsgOrder", "usuario_sucursal_intermediario", "U001");
+    EXPECT_EQ(Fields_Of(*m_record)["usuario_sucursal_intermediario"], "U001");
+    Set_Field(*m_record, "bandera_sector_financiero", "E");
+    ordered_json fields = Fields_Of(*m_record);
+    EXPECT_FALSE(fields.contains("usuario_sucursal_intermediario"));
+    EXPECT_EQ(fields["usuario_empleado"].get<std::string>().substr(0, 4), "U001");
 }
 
 TEST_F(FieldsOf, GivesUtf8OfAnyBytesInEveryClass)

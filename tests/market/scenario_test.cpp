@@ -3,9 +3,11 @@
 #include "market/support/scenario_file.h"
 #include "scenario/record_builder.h"
 
+#include <algorithm>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 
 using namespace qm;
 using nlohmann::json;
@@ -162,8 +164,7 @@ TEST(Scenario, NamesTheCodeOfATableWithoutAFixedOne)
 
 TEST(ScenarioJson, IsToldByLineAndColumn)
 {
-    EXPECT_EQ(MistakesOf("{\n  \"server\": }"),
-              "FILE:2:13: expected '[', '{', or a literal, found '}'");
+    EXPECT_EQ(MistakesOf("{\n  \"server\": }"), "FILE:2:13: expected '[', '{', or a literal, found '}'");
     EXPECT_EQ(MistakesOf("{\"server\": \"DSAB\",}"), "FILE:1:19: expected string literal, found '}'");
     EXPECT_EQ(MistakesOf("{}\n{}"), "FILE:2:1: expected end of input, found '{'");
     EXPECT_EQ(MistakesOf(""), "FILE:1:1: expected '[', '{', or a literal, found end of input");
@@ -171,7 +172,8 @@ TEST(ScenarioJson, IsToldByLineAndColumn)
 
 TEST(ScenarioJson, TellsWhatIsNoJsonAtAll)
 {
-    EXPECT_EQ(MistakesOf("{\"server\": DSAB}"), "FILE:1:12: expected JSON, found invalid literal; last read: '\"server\": D'");
+    EXPECT_EQ(MistakesOf("{\"server\": DSAB}"),
+              "FILE:1:12: expected JSON, found invalid literal; last read: '\"server\": D'");
 }
 
 TEST(ScenarioJson, TellsANumberThatNoDoubleHolds)
@@ -199,7 +201,8 @@ TEST(ScenarioJson, MayBeNestedALittle)
     const std::string line = "FILE: expected at most 32 arrays and objects inside each other";
     EXPECT_EQ(MistakesOf(std::string(33, '[')), line);
     EXPECT_EQ(MistakesOf(std::string(1'000'000, '[')), line);
-    EXPECT_THAT(MistakesOf(std::string(32, '[') + std::string(32, ']')), testing::StartsWith("FILE: expected an object"));
+    EXPECT_THAT(MistakesOf(std::string(32, '[') + std::string(32, ']')),
+                testing::StartsWith("FILE: expected an object"));
 }
 
 // ---- Mistakes
@@ -295,9 +298,12 @@ TEST(ScenarioMistakes, TellRequiredKeysThatAreMissing)
     EXPECT_EQ(MistakesWithout("", "environment"), "FILE: environment: expected 2 characters, found nothing");
     EXPECT_EQ(MistakesWithout("/users/0", "password"),
               "FILE: users[0].password: expected 1 to 16 characters, found nothing");
-    EXPECT_EQ(MistakesWithout("/markets/0", "currency"), "FILE: markets[0].currency: expected 3 characters, found nothing");
-    EXPECT_EQ(MistakesWithout("/tables/0", "name"), "FILE: tables[0].name: expected the name of a table, found nothing");
-    EXPECT_EQ(MistakesWithout("/feeds/0", "levels"), "FILE: feeds[0].levels: expected a number from 1 to 100, found nothing");
+    EXPECT_EQ(MistakesWithout("/markets/0", "currency"),
+              "FILE: markets[0].currency: expected 3 characters, found nothing");
+    EXPECT_EQ(MistakesWithout("/tables/0", "name"),
+              "FILE: tables[0].name: expected the name of a table, found nothing");
+    EXPECT_EQ(MistakesWithout("/feeds/0", "levels"),
+              "FILE: feeds[0].levels: expected a number from 1 to 100, found nothing");
     EXPECT_EQ(MistakesWithout("/events/0", "command"), "FILE: events[0].command: expected a command, found nothing");
 }
 
@@ -326,16 +332,18 @@ TEST(ScenarioMistakes, TellAMarketAndACurrencyWithoutARecord)
 
 TEST(ScenarioMistakes, TellFieldsThatShareBytes)
 {
-    EXPECT_EQ(MistakesOf(R"({"server": "DSAB", "data_managers": [], "environment": "CO", "users": [], "markets": [],
+    EXPECT_EQ(
+        MistakesOf(R"({"server": "DSAB", "data_managers": [], "environment": "CO", "users": [], "markets": [],
         "tables": [{"name": "users", "records": [{"codigo": "U001", "secuencial": "002"}]}]})"),
-              "FILE: tables[0].records[0].codigo: expected bytes of its own, but a field behind it has some of them too");
+        "FILE: tables[0].records[0].codigo: expected bytes of its own, but a field behind it has some of them too");
 }
 
 TEST(ScenarioMistakes, TellTwoFeedsOfOneUserInAMarket)
 {
     json scenario = Whole();
     scenario["feeds"].push_back(scenario["feeds"][0]);
-    EXPECT_EQ(MistakesOf(scenario.dump()), "FILE: feeds[1]: expected each market and user once, found [71,\"U001\"] again");
+    EXPECT_EQ(MistakesOf(scenario.dump()),
+              "FILE: feeds[1]: expected each market and user once, found [71,\"U001\"] again");
 }
 
 TEST(ScenarioMistakes, AreAllTold)
@@ -381,6 +389,14 @@ TEST(ScenarioFile, IsNamedInItsMistakes)
     EXPECT_THAT([&] { Read_Scenario(file); },
                 testing::ThrowsMessage<ScenarioError>(testing::StartsWith(file.string() + ":1:2: expected")));
     std::filesystem::remove(file);
+}
+
+TEST(ScenarioFile, OfThePageForUsersIsRight)
+{
+    std::ifstream in(std::filesystem::path(TEST_DATA).parent_path().parent_path() / "docs" / "market_scenario.md");
+    const std::string page{std::istreambuf_iterator<char>(in), {}};
+    const std::size_t begin = page.find("```json\n") + 8;
+    ASSERT_EQ(MistakesOf(page.substr(begin, page.find("```", begin) - begin)), "none");
 }
 
 // ---- Two banks

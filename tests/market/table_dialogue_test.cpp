@@ -219,9 +219,10 @@ TEST_F(TableDialogueTest, AskHasAsManyIdentitiesAsItHasBytesFor)
     fill(2);
     open();
     const std::string first = identity(m_table.rows().at(1));
-    std::string message = Replica(code).request('N', first + identity(m_table.rows().at(2)));
+    const std::string second = identity(m_table.rows().at(2));
+    std::string message = Replica(code).request('N', first + second);
     ask(message.substr(0, message.size() - 1));
-    EXPECT_EQ(ask('P'), m_table.Answer_Asks(first));
+    EXPECT_EQ(ask('P', second), m_table.Answer_Asks(first + second));
     message[6] = 1;
     message[3] = 'P';
     EXPECT_EQ(ask(message), m_table.Answer_Asks(first)) << "its count says one";

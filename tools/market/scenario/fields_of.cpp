@@ -76,12 +76,12 @@ std::vector<ShownField> fields_to_show(const RecordLayout& layout)
     std::vector<ShownField> shown;
     const Places named = named_fields(layout);
     for (const FieldPlace* place : named) {
-        const int length = std::min(qapi::Bytes_Of_Value(place->field_id, place->len),
-                                    layout.Data_Len() - place->displacement);
+        const int length =
+            std::min(qapi::Bytes_Of_Value(place->field_id, place->len), layout.Data_Len() - place->displacement);
         if (length > 0 && !is_group(*place, named)) {
-            shown.push_back({place->name != nullptr ? place->name : Field_Name(place->field_id), place->field_id, type_of(*place),
-                             static_cast<std::size_t>(place->displacement), static_cast<std::size_t>(length),
-                             place->policy != nullptr});
+            shown.push_back({place->name != nullptr ? place->name : Field_Name(place->field_id), place->field_id,
+                             type_of(*place), static_cast<std::size_t>(place->displacement),
+                             static_cast<std::size_t>(length), place->policy != nullptr});
         }
     }
     return shown;
@@ -112,16 +112,24 @@ std::string_view bytes_of(CMessage& record, const ShownField& shown)
 
 // ---- Values; none of an empty field
 
-constexpr std::string_view padding(" \0", 2);
+bool is_padding(char c)
+{
+    return c == ' ' || c == '\0';
+}
 
 std::string_view without_padding_behind(std::string_view bytes)
 {
-    return bytes.substr(0, bytes.find_last_not_of(padding) + 1);
+    while (!bytes.empty() && is_padding(bytes.back())) {
+        bytes.remove_suffix(1);
+    }
+    return bytes;
 }
 
 std::string_view without_padding(std::string_view bytes)
 {
-    bytes.remove_prefix(std::min(bytes.find_first_not_of(padding), bytes.size()));
+    while (!bytes.empty() && is_padding(bytes.front())) {
+        bytes.remove_prefix(1);
+    }
     return without_padding_behind(bytes);
 }
 

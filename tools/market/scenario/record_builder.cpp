@@ -222,8 +222,8 @@ std::string set_integer(CField& field, const json& value)
     const auto decimal = Decimal_Of(value);
     const auto number = decimal ? decimal->units(0) : std::nullopt;
     if (!number || *number < range.lowest || *number > range.highest) {
-        return found_instead(
-            "a number from " + std::to_string(range.lowest) + " to " + std::to_string(range.highest), value);
+        return found_instead("a number from " + std::to_string(range.lowest) + " to " + std::to_string(range.highest),
+                             value);
     }
     field = static_cast<int>(static_cast<std::uint32_t>(*number));
     return {};
@@ -296,8 +296,7 @@ std::string Set_Field(CMessage& record, const std::string& name, const json& val
     if (place == nullptr) {
         return "expected the name of a field of " + class_name(layout);
     }
-    const bool in_header =
-        layout.Message_Type() == table_record && place->displacement < GTABLE_MSG_HEADER_SIZE;
+    const bool in_header = layout.Message_Type() == table_record && place->displacement < GTABLE_MSG_HEADER_SIZE;
     if (in_header || place->displacement >= layout.Data_Len()) {
         return "expected a field of what a scenario gives: the market writes this one itself";
     }

@@ -152,7 +152,8 @@ SendMode read_send_mode(Section& scenario)
 char read_refusal(Section& user)
 {
     const std::string letter = user.Text("refusal", 1, 1);
-    const bool is_letter = letter.find_first_not_of("ABCDEFGHIJKLMNOPQRTUVWXYZabcdefghijklmnopqrtuvwxyz") == letter.npos;
+    const bool is_letter =
+        letter.find_first_not_of("ABCDEFGHIJKLMNOPQRTUVWXYZabcdefghijklmnopqrtuvwxyz") == letter.npos;
     if (!is_letter) {
         user.Refuse("refusal");
     }

@@ -70,7 +70,8 @@ public:
     [[nodiscard]] bool is_there() const { return m_table != nullptr; }
 
     // False if it isn't one, and that was told.
-    bool Expect(Mistakes& mistakes, const std::string& place, const std::string& code, const nlohmann::json& found) const
+    bool Expect(Mistakes& mistakes, const std::string& place, const std::string& code,
+                const nlohmann::json& found) const
     {
         if (!is_there() || code.empty() || Record_Of(code) != nullptr) {
             return true;
@@ -137,8 +138,8 @@ void check_user(const User& user, std::size_t index, const TablesOfUsers& tables
 
 void check_users(const Scenario& scenario, Mistakes& mistakes)
 {
-    const TablesOfUsers tables{
-        Codes(scenario, users_code), Codes(scenario, branches_code), Codes(scenario, institutions_code)};
+    const TablesOfUsers tables{Codes(scenario, users_code), Codes(scenario, branches_code),
+                               Codes(scenario, institutions_code)};
     OnceOnly names(mistakes, "name");
     OnceOnly codes(mistakes, "code");
     for (std::size_t i = 0; i < scenario.users.size(); ++i) {

@@ -97,7 +97,7 @@ void MessageStore::Write(const StoredMessage& message)
         return;
     }
     m_complaint = m_file->Append(Pack(message));
-    if (!m_complaint.empty()) { // with a gap its numbers would be given out again
+    if (!m_complaint.empty()) { // one that fits again would leave a gap in the numbers
         m_file.reset();
     }
 }
