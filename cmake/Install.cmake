@@ -1,9 +1,11 @@
-# What `cmake --install` puts into a prefix: libraries, public headers, a CMake package, a pkg-config file and the
-# reference of fields. Nothing installed holds an absolute path, so that a prefix can be moved or staged with DESTDIR.
+# What `cmake --install` puts into a prefix: libraries, public headers, a CMake package, a pkg-config file, the reference of
+# fields, the market and the viewer of logs. Nothing installed holds an absolute path, so that a prefix can be moved or staged with DESTDIR.
 include(CMakePackageConfigHelpers)
 set(QAPI_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qapi)
 
-install(FILES src/qcapi/qcapi.h src/qcapi/errors.h src/qcapi/host.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qcapi)
+install(FILES src/qcapi/qcapi.h src/qcapi/errors.h src/qcapi/host.h src/qcapi/draft.h src/qcapi/decimal.h
+              src/qcapi/result.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qcapi)
 
 # In the package the shared library is qapi::qapi and the archive qapi::qapi_static.
 set_target_properties(qapi_shared PROPERTIES EXPORT_NAME qapi)

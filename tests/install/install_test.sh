@@ -35,16 +35,16 @@ for file in include/qcapi/{qcapi,errors,host}.h "$LIBDIR"/libqapi.{a,so,so.3,so.
     [ -e "$prefix/$file" ] || fail "$file is not installed"
 done
 headers=$(cd "$prefix/include" && find . -type f | sort | tr '\n' ' ')
-[ "$headers" = "./qcapi/errors.h ./qcapi/host.h ./qcapi/qcapi.h " ] || fail "headers installed: $headers"
+[ "$headers" = "./qcapi/decimal.h ./qcapi/draft.h ./qcapi/errors.h ./qcapi/host.h ./qcapi/qcapi.h ./qcapi/result.h " ] || fail "headers installed: $headers"
 
 # The conveniences compile as C++17 without a warning, and leave no macro behind that the interface does not leave.
 conveniences=$HOST/conveniences.cpp
 quietly "$CXX" $FLAGS -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
     -I"$prefix/include" -fsyntax-only "$conveniences"
 macros=$(echo '#include <qcapi/host.h>' | "$CXX" $FLAGS -std=c++17 -I"$prefix/include" -x c++ -dD -E - |
-    awk '/^# [0-9]+ /{ours = /qcapi\/host\.h/} ours && /^#define/{print $2} ours && /^#undef/{print "-" $2}')
+    awk '/^# [0-9]+ /{ours = /qcapi\/(host|draft|decimal|result)\.h/} ours && /^#define/{print $2} ours && /^#undef/{print "-" $2}')
 for macro in $(grep -v '^-' <<<"$macros" || true); do
-    grep -qFx -- "-${macro%%(*}" <<<"$macros" || fail "host.h leaves the macro $macro"
+    grep -qFx -- "-${macro%%(*}" <<<"$macros" || fail "the conveniences leave the macro $macro"
 done
 
 quietly "$CMAKE" -S "$HOST" -B "$scratch/host" -G "$GENERATOR" -DCMAKE_PREFIX_PATH="$prefix" \
