@@ -186,6 +186,7 @@ std::vector<std::string> Table::Answer_Asks(std::string_view asked) const
         }
     }
     std::vector<std::string> messages;
+    messages.reserve(wanted.size() + 1);
     for (const std::uint32_t idx : wanted) {
         messages.push_back(Table_Message(ROW_INSERTED, m_code, m_rows.at(idx)));
     }
