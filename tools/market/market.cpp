@@ -253,7 +253,12 @@ void Market::Say(Log log, std::uint16_t priority, const Audience& audience, std:
     }
     const std::string date = clock().date();
     Stamp_Server(message, m_scenario.server, date, clock().hour());
+    const bool was_sound = m_store->complaint().empty();
     m_store->Add(log, date, priority, audience, std::move(message));
+    if (was_sound && !m_store->complaint().empty()) {
+        Tell("messages are no longer stored: " + m_store->complaint());
+        m_journal.Event(0, "store", m_store->complaint());
+    }
     for (const auto& [id, client] : m_clients) {
         client->Look_At_Store();
     }
