@@ -116,6 +116,37 @@ TEST_P(LibraryAndMarket, SurvivesGarbage)
     market->wait_until([&](qm::Market&) { return host.count("connection 0") == 2; });
 }
 
+TEST_P(LibraryAndMarket, TakesARepeatedMessageOnce)
+{
+    log_in();
+    market->command("chat pedro maria hello");
+    announced("Chat");
+    market->command("duplicate L001");
+    market->command("order maria 71 bid 1 1 LAST");
+    announced("Orden_Transaccion");
+    EXPECT_EQ(host.count_of("message Chat "), 1);
+}
+
+TEST_P(LibraryAndMarket, ComesBackWhenAFrameIsCutInTheMiddle)
+{
+    log_in();
+    market->command("drop L001 after 100");
+    market->command("chat pedro maria this is cut");
+    EXPECT_TRUE(host.wait_for("status 20 Disconnected"));
+    announced("Chat"); // whole, from the stored messages of the next connection
+    EXPECT_EQ(host.count("connection 0"), 2);
+}
+
+TEST_P(LibraryAndMarket, WaitsForAMarketThatStalls)
+{
+    log_in();
+    market->command("stall L001");
+    market->command("chat pedro maria hello");
+    market->command("resume L001");
+    announced("Chat");
+    EXPECT_EQ(host.count("status 20 Disconnected"), 0);
+}
+
 TEST_P(LibraryAndMarket, HearsOfARefusalAndOfTheNextLogin)
 {
     market->command("refuse maria D");

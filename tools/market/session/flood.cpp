@@ -12,7 +12,7 @@ namespace qm {
 
 namespace {
 
-constexpr std::uint64_t frames_in_a_batch = 256;
+constexpr std::size_t frames_in_a_batch = 256;
 
 struct Flooding
 {
@@ -22,17 +22,17 @@ struct Flooding
     std::string batch; // frames back to back
     std::size_t frame_size = 0;
 
-    void Build(std::uint64_t count)
+    void Build(std::size_t count)
     {
         batch.clear();
-        for (std::uint64_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             batch += client.Frame_Of(message);
         }
     }
 
     std::string_view Next()
     {
-        const std::uint64_t count = std::min(left, frames_in_a_batch);
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, frames_in_a_batch));
         left -= count;
         if (client.send_mode() != SendMode::plain || batch.empty()) {
             Build(count);
