@@ -240,7 +240,7 @@ std::string read_record(const ordered_json& fields, const std::string& place, co
         }
         all_written.push_back(written_by(field_place, before, Body_Of(*record)));
     }
-    const std::string body = Body_Of(*record);
+    std::string body = Body_Of(*record);
     for (const Written& written : all_written) {
         if (bytes_at(body, written.at, written.bytes.size()) != written.bytes) {
             mistakes.Add(written.place, "expected bytes of its own, but a field behind it has some of them too");

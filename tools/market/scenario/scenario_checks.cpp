@@ -39,7 +39,8 @@ public:
 
     bool See(const std::string& place, const nlohmann::json& value)
     {
-        const bool is_new = value == "" || value == 0 || m_seen.insert(value).second;
+        const bool is_none = value == nlohmann::json("") || value == 0;
+        const bool is_new = is_none || m_seen.insert(value).second;
         if (!is_new) {
             m_mistakes.Add(place, "expected each " + m_what + " once, found " + Shown(value) + " again");
         }

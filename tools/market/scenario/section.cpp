@@ -89,7 +89,7 @@ std::string Section::Text(std::string_view key, std::size_t shortest, std::size_
     if (value == nullptr) {
         return {};
     }
-    const std::string text = value->is_string() ? value->get<std::string>() : std::string();
+    std::string text = value->is_string() ? value->get<std::string>() : std::string();
     if (!value->is_string() || text.size() < shortest || text.size() > longest || !has_only(text, ' ', '~')) {
         Refuse(key);
         return {};
