@@ -132,12 +132,14 @@ void Market::Fill_Tables()
     }
     for (const ScenarioTable& described : m_scenario.tables) {
         Table& table = m_tables->Add(described.code, described.record_class, environment);
+        m_journal.Name_Table(described.code, described.record_class);
         for (const std::string& body : described.bodies) {
             table.Insert(body);
         }
     }
     for (const MarketDescription& market : m_scenario.markets) {
         m_tables->Add(market.orders_table, "CGTOrder", environment);
+        m_journal.Name_Table(market.orders_table, "CGTOrder");
     }
 }
 
