@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 set(QAPI_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qapi)
 
-install(FILES src/qcapi/qcapi.h src/qcapi/errors.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qcapi)
+install(FILES src/qcapi/qcapi.h src/qcapi/errors.h src/qcapi/host.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qcapi)
 
 # In the package the shared library is qapi::qapi and the archive qapi::qapi_static.
 set_target_properties(qapi_shared PROPERTIES EXPORT_NAME qapi)

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <string>
@@ -55,7 +56,7 @@ protected:
         host.GetFieldBSTR(name.data(), data.data());
         return data.data();
     }
-    int host_errors() { return count_of("error "); }
+    int host_errors() { return count_of("error 14 "); }
     int take_directly(const Message& message)
     {
         std::string kind = message.kind();
@@ -77,16 +78,16 @@ TEST_F(HostTest, FieldsAreReadAsTheValuesThatTheyHold)
     EXPECT_EQ(message.get<std::string>("mercado"), "71");
     EXPECT_EQ(message.get<Decimal>("precio").to_string(), "7.2500");
     EXPECT_EQ(message.get<std::string>("precio"), "7.2500");
-    EXPECT_EQ(message.get<int>("monto"), 7);
+    EXPECT_EQ(message.get<int>("numero"), 7);
     EXPECT_EQ(host_errors(), 0);
 }
 
 TEST_F(HostTest, BlanksAndZerosBehindATextAreTrimmedAndThoseInFrontStay)
 {
     bring_up();
-    EXPECT_EQ(a_chat(1, "  hello there  ").get<std::string>("mensaje"), "  hello there");
-    EXPECT_EQ(a_chat(2, "a\0b \0 \0"s).get<std::string>("mensaje"), "a\0b"s);
-    EXPECT_EQ(a_chat(3, "   ").get<std::string>("mensaje"), "");
+    EXPECT_EQ(a_chat(1, "  hello there  ").get<std::string>("texto"), "  hello there");
+    EXPECT_EQ(a_chat(2, "a\0b \0 \0"s).get<std::string>("texto"), "a\0b"s);
+    EXPECT_EQ(a_chat(3, "   ").get<std::string>("texto"), "");
 }
 
 TEST_F(HostTest, DirectReadingTrimsNothing)
@@ -94,7 +95,7 @@ TEST_F(HostTest, DirectReadingTrimsNothing)
     bring_up();
     const Message message = a_chat(1, " hello ");
     ASSERT_EQ(take_directly(message), 0);
-    EXPECT_EQ(read_directly("mensaje"), " hello ");
+    EXPECT_EQ(read_directly("texto"), " hello ");
 }
 
 TEST_F(HostTest, AMissingFieldIsNothingToFindAndAReportToGet)
@@ -114,20 +115,40 @@ TEST_F(HostTest, AValueThatDoesNotFitIsNothingToFind)
     const Message message = numbered_order(300);
     EXPECT_EQ(message.find<int>("usuario_postura"), std::nullopt); // no number
     EXPECT_EQ(message.find<int>("precio"), std::nullopt);          // 300.25
-    EXPECT_EQ(message.find<signed char>("monto"), std::nullopt);   // 300
-    EXPECT_EQ(message.find<short>("monto"), short{300});
+    EXPECT_EQ(message.find<signed char>("numero"), std::nullopt);  // 300
+    EXPECT_EQ(message.find<short>("numero"), short{300});
     EXPECT_EQ(message.get<char>("usuario_postura"), 'U');
 }
 
 TEST_F(HostTest, AFieldOfAnotherRecordIsReadThroughItsCode)
 {
-    std::string user(200, '\0');
-    user.replace(0, 4, "U001");
-    peer.tables[25] = {{.idx = 9, .body = user}};
+    std::string user(699, '\0');
+    user.replace(0, 4, "U001").replace(20, 10, "maria     ");
+    peer.tables[24] = {{.idx = 9, .body = user}};
     bring_up();
     const Message message = numbered_order(1);
+    EXPECT_EQ(message.get<std::string>("usuario_postura.nombre"), "maria");
     EXPECT_EQ(message.find<std::string>("usuario_postura.no_such_field"), std::nullopt);
     EXPECT_EQ(host_errors(), 0);
+}
+
+TEST_F(HostTest, FieldsGoAsDeepAsTheyAreAskedTo)
+{
+    std::string user(699, '\0');
+    user.replace(0, 4, "U001").replace(20, 10, "maria     ");
+    peer.tables[24] = {{.idx = 9, .body = user}};
+    bring_up();
+    const Message message = numbered_order(1);
+    const auto with_name =
+        Contains(AllOf(Field(&quentar::Field::name, "usuario_postura.nombre"), Field(&quentar::Field::value, "maria")));
+    const std::vector<quentar::Field> own = message.fields();
+    const std::vector<quentar::Field> deep = message.fields(1);
+    EXPECT_THAT(own, Not(with_name));
+    EXPECT_THAT(deep, with_name);
+    EXPECT_THAT(deep, Contains(Field(&quentar::Field::name, own.back().name)));
+    EXPECT_EQ(std::count_if(deep.begin(), deep.end(),
+                            [](const auto& field) { return field.name.find('.') == std::string::npos; }),
+              static_cast<std::ptrdiff_t>(own.size()));
 }
 
 // ---- Fields ----------------------------------------------------------------------------------------------------
@@ -174,11 +195,11 @@ TEST_F(HostTest, AHandleThatGoesFinishesNothing)
         Message first = numbered_order(1);
         number = first.number();
         const Message moved = std::move(first);
-        EXPECT_EQ(moved.get<int>("monto"), 1);
+        EXPECT_EQ(moved.get<int>("numero"), 1);
         EXPECT_TRUE(first.is_gone()); // NOLINT(bugprone-use-after-move): what is left of it is nobody's
         EXPECT_EQ(first.finish(), Result::record_not_found);
     }
-    EXPECT_EQ(Message(host, "Orden_Transaccion", number).get<int>("monto"), 1);
+    EXPECT_EQ(Message(host, "Orden_Transaccion", number).get<int>("numero"), 1);
 }
 
 TEST_F(HostTest, AnAssignedHandleFinishesNothing)
@@ -187,8 +208,8 @@ TEST_F(HostTest, AnAssignedHandleFinishesNothing)
     Message message = numbered_order(1);
     const unsigned number = message.number();
     message = numbered_order(2);
-    EXPECT_EQ(message.get<int>("monto"), 2);
-    EXPECT_EQ(Message(host, "Orden_Transaccion", number).get<int>("monto"), 1);
+    EXPECT_EQ(message.get<int>("numero"), 2);
+    EXPECT_EQ(Message(host, "Orden_Transaccion", number).get<int>("numero"), 1);
 }
 
 TEST_F(HostTest, AFinishedRecordIsReadByNoHandle)
@@ -196,14 +217,14 @@ TEST_F(HostTest, AFinishedRecordIsReadByNoHandle)
     bring_up();
     Message message = numbered_order(1);
     const Message second(host, message.kind(), message.number());
-    EXPECT_EQ(second.get<int>("monto"), 1); // it is the taken one now
+    EXPECT_EQ(second.get<int>("numero"), 1); // it is the taken one now
     EXPECT_EQ(message.finish(), Result::ok);
     EXPECT_TRUE(message.is_gone());
     EXPECT_EQ(message.finish(), Result::record_not_found);
     const Message next = numbered_order(2); // takes its place
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
-    EXPECT_EQ(second.find<int>("monto"), std::nullopt);
-    EXPECT_EQ(next.get<int>("monto"), 2);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
+    EXPECT_EQ(second.find<int>("numero"), std::nullopt);
+    EXPECT_EQ(next.get<int>("numero"), 2);
 }
 
 // ---- Connections -----------------------------------------------------------------------------------------------
@@ -212,10 +233,10 @@ TEST_F(HostTest, AHandleReadsNothingOnceItsConnectionIsClosed)
 {
     bring_up();
     Message message = numbered_order(1);
-    EXPECT_EQ(message.get<int>("monto"), 1);
+    EXPECT_EQ(message.get<int>("numero"), 1);
     lose_connection();
     EXPECT_TRUE(message.is_gone());
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
     EXPECT_TRUE(message.fields().empty());
     EXPECT_EQ(message.finish(), Result::record_not_found);
 }
@@ -243,12 +264,12 @@ TEST_F(HostTest, ARecordOfTheNextConnectionIsNotTakenForAnOldOne)
     peer.bring_up();
     ASSERT_TRUE(hears("connected", 2));
     const Message next = numbered_order(11);
-    EXPECT_EQ(next.get<int>("monto"), 11);
+    EXPECT_EQ(next.get<int>("numero"), 11);
     for (const Message& message : old) {
         EXPECT_TRUE(message.is_gone());
-        EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+        EXPECT_EQ(message.find<int>("numero"), std::nullopt);
     }
-    EXPECT_EQ(next.get<int>("monto"), 11);
+    EXPECT_EQ(next.get<int>("numero"), 11);
 }
 
 TEST_F(HostTest, LogoutMakesHandlesGo)
@@ -257,7 +278,7 @@ TEST_F(HostTest, LogoutMakesHandlesGo)
     const Message message = numbered_order(1);
     EXPECT_EQ(log_out(), Result::ok);
     EXPECT_TRUE(message.is_gone());
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
     EXPECT_EQ(host.logout(), Result::not_initialized);
 }
 
@@ -265,7 +286,7 @@ TEST(Handle, OfNothingReadsNothing)
 {
     Message message;
     EXPECT_TRUE(message.is_gone());
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
     EXPECT_TRUE(message.fields().empty());
     EXPECT_EQ(message.finish(), Result::record_not_found);
 }
@@ -277,7 +298,7 @@ TEST(Handle, OutlivesItsHost)
     EXPECT_FALSE(message.is_gone());
     host.reset();
     EXPECT_TRUE(message.is_gone());
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
     EXPECT_EQ(message.finish(), Result::record_not_found);
 }
 
@@ -290,9 +311,9 @@ TEST_F(HostTest, LiveHandlesReadTheirOwnRecordsInTurn)
     const Message second = numbered_order(2);
     const Message third = a_chat(3, "hello");
     for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(first.get<int>("monto"), 1);
-        EXPECT_EQ(second.get<int>("monto"), 2);
-        EXPECT_EQ(third.get<std::string>("mensaje"), "hello");
+        EXPECT_EQ(first.get<int>("numero"), 1);
+        EXPECT_EQ(second.get<int>("numero"), 2);
+        EXPECT_EQ(third.get<std::string>("texto"), "hello");
     }
     EXPECT_EQ(host_errors(), 0);
 }
@@ -305,7 +326,7 @@ TEST_F(HostTest, TwoThreadsReadTwoLiveHandlesThousandsOfTimes)
     std::atomic<int> wrong = 0;
     const auto read = [&wrong](const Message& message, int value) {
         for (int round = 0; round < 3000; ++round) {
-            wrong += message.find<int>("monto") != value ? 1 : 0;
+            wrong += message.find<int>("numero") != value ? 1 : 0;
             wrong += message.get<Decimal>("precio") != Decimal::of_units(value * 100 + 25, 2) ? 1 : 0;
         }
     };
@@ -322,7 +343,7 @@ TEST_F(HostTest, AThreadThatReadsWhileTheConnectionClosesReadsItsRecordOrNothing
     const Message second = numbered_order(2);
     std::atomic<int> wrong = 0;
     const auto read = [&wrong](const Message& message, int value) {
-        for (std::optional<int> found = value; found; found = message.find<int>("monto")) {
+        for (std::optional<int> found = value; found; found = message.find<int>("numero")) {
             wrong += *found != value ? 1 : 0;
         }
     };
@@ -330,7 +351,7 @@ TEST_F(HostTest, AThreadThatReadsWhileTheConnectionClosesReadsItsRecordOrNothing
     std::thread two([&] { read(second, 2); });
     lose_connection();
     peer.bring_up();
-    EXPECT_EQ(numbered_order(13).get<int>("monto"), 13); // takes the place of one of them
+    EXPECT_EQ(numbered_order(13).get<int>("numero"), 13); // takes the place of one of them
     one.join();
     two.join();
     EXPECT_EQ(wrong, 0);
@@ -342,7 +363,7 @@ TEST_F(HostTest, AThreadThatReadsDuringALogoutReadsItsRecordOrNothing)
     const Message message = numbered_order(1);
     std::atomic<int> wrong = 0;
     std::thread reader([&] {
-        for (std::optional<int> found = 1; found; found = message.find<int>("monto")) {
+        for (std::optional<int> found = 1; found; found = message.find<int>("numero")) {
             wrong += *found != 1 ? 1 : 0;
         }
     });
@@ -358,9 +379,9 @@ TEST_F(HostTest, AReportOfOneThreadDoesNotStopTheCallbackThatReads)
     const Message message = numbered_order(1);
     std::atomic<bool> reading = false;
     std::atomic<int> read = 0;
-    host.on_status = [&](int, const std::string&) {
+    host.on_status = [&](int code, const std::string&) {
         reading = true;
-        for (int round = 0; round < 200; ++round) {
+        for (int round = 0; round < 200 && code == QAPI_STATUS_DISCONNECTED; ++round) {
             read += message.get<int>("no_such_field") == 0 ? 1 : 0;
         }
     };
@@ -385,11 +406,11 @@ TEST_F(HostTest, DirectCallsAndHandlesKeepTheirOwnRecords)
     const Message first = numbered_order(1);
     const Message second = numbered_order(2);
     ASSERT_EQ(take_directly(second), 0);
-    EXPECT_EQ(first.get<int>("monto"), 1);
+    EXPECT_EQ(first.get<int>("numero"), 1);
     EXPECT_EQ(read_directly("codigo_postura"), read_directly("codigo_postura"));
-    char amount[] = "monto";
+    char amount[] = "numero";
     EXPECT_EQ(host.GetFieldLONG(amount), 2);
-    EXPECT_EQ(first.get<int>("monto"), 1);
+    EXPECT_EQ(first.get<int>("numero"), 1);
     EXPECT_EQ(host.GetFieldLONG(amount), 2);
 }
 
@@ -397,8 +418,8 @@ TEST_F(HostTest, ADirectReadingWithoutATakenRecordDoesNotSeeAHandlesRecord)
 {
     bring_up();
     const Message message = numbered_order(1);
-    EXPECT_EQ(message.get<int>("monto"), 1);
-    char amount[] = "monto";
+    EXPECT_EQ(message.get<int>("numero"), 1);
+    char amount[] = "numero";
     EXPECT_EQ(host.GetFieldLONG(amount), 0);
     EXPECT_EQ(count("error 14 There is no record previously taken / 0"), 1);
 }
@@ -407,11 +428,11 @@ TEST_F(HostTest, ADirectFinishIsSeenByTheHandle)
 {
     bring_up();
     const Message message = numbered_order(1);
-    EXPECT_EQ(message.get<int>("monto"), 1);
+    EXPECT_EQ(message.get<int>("numero"), 1);
     std::string kind = message.kind();
     EXPECT_EQ(host.FinishMessageProcess(kind.data(), message.number()), 0);
     const Message next = numbered_order(2);
-    EXPECT_EQ(message.find<int>("monto"), std::nullopt);
+    EXPECT_EQ(message.find<int>("numero"), std::nullopt);
 }
 
 TEST_F(HostTest, AReplyByDirectCallsCopiesTheRecordThatTheHostTook)
@@ -420,11 +441,11 @@ TEST_F(HostTest, AReplyByDirectCallsCopiesTheRecordThatTheHostTook)
     const Message first = numbered_order(1);
     const Message second = numbered_order(2);
     ASSERT_EQ(take_directly(second), 0);
-    EXPECT_EQ(first.get<int>("monto"), 1);
+    EXPECT_EQ(first.get<int>("numero"), 1);
     std::string none;
     std::string market_field = "mercado";
     EXPECT_EQ(host.InitMessage(none.data()), 0);
-    EXPECT_EQ(first.get<int>("monto"), 1);
+    EXPECT_EQ(first.get<int>("numero"), 1);
     EXPECT_EQ(host.SetFieldLONG(none.data(), market_field.data(), 72), 0);
     EXPECT_EQ(host.SendMessage(none.data()), 0);
     const market::Order seen = peer.expect_order();

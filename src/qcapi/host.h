@@ -1103,7 +1103,7 @@ public:
      *
      * A text is filled up with zeros; a date wants 8 digits that are a day, or none; a number what Decimal::parse
      * reads.
-     * @param field any case; "receptor[2]" is an element
+     * @param field any case; "receptor[2]" is an element. Elements that are not set are empty, in a reply too
      */
     Draft& set(std::string_view field, std::string_view text)
     {
@@ -1264,7 +1264,32 @@ private:
     Draft& set_bytes(std::string_view field, const QapiField& known, std::string bytes)
     {
         bytes.resize(static_cast<std::size_t>(known.length));
+        QapiField whole{};
+        std::string name(field.substr(0, field.find('[')));
+        std::transform(name.begin(), name.end(), name.begin(), [](char letter) {
+            return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
+        });
+        if (name.size() < field.size() && CQcApi::DescribeField(m_kind.c_str(), name.c_str(), &whole) == 0 &&
+            whole.elements > 1) {
+            return set_element(name, whole, field, bytes);
+        }
         m_settings.push_back({std::string(field), Form::bytes, std::move(bytes), 0});
+        return *this;
+    }
+
+    // SetFieldBSTR writes whole fields alone: elements are collected in one setting of theirs.
+    Draft& set_element(const std::string& name, const QapiField& whole, std::string_view field,
+                       const std::string& bytes)
+    {
+        auto setting = std::find_if(m_settings.begin(), m_settings.end(),
+                                    [&name](const Setting& each) { return each.field == name; });
+        if (setting == m_settings.end()) {
+            const std::string empty(static_cast<std::size_t>(whole.length), '\0');
+            setting = m_settings.insert(setting, {name, Form::bytes, empty, 0});
+        }
+        std::size_t number = 1; // DescribeField has seen that it is one
+        std::from_chars(field.data() + name.size() + 1, field.data() + field.size(), number);
+        setting->bytes.replace((number - 1) * bytes.size(), bytes.size(), bytes);
         return *this;
     }
 

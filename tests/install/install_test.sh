@@ -30,12 +30,22 @@ run_host() {
 # Staged below DESTDIR and then moved to where it was not built for: nothing may depend on the place.
 DESTDIR=$scratch/stage quietly "$CMAKE" --install "$BUILD" --prefix /opt/quentar
 mv "$scratch/stage/opt/quentar" "$prefix"
-for file in include/qcapi/{qcapi,errors}.h "$LIBDIR"/libqapi.{a,so,so.3,so.3.0.0} "$LIBDIR/pkgconfig/qapi.pc" \
+for file in include/qcapi/{qcapi,errors,host}.h "$LIBDIR"/libqapi.{a,so,so.3,so.3.0.0} "$LIBDIR/pkgconfig/qapi.pc" \
     "$LIBDIR"/cmake/qapi/qapi-{config,config-version}.cmake $PAGES; do
     [ -e "$prefix/$file" ] || fail "$file is not installed"
 done
 headers=$(cd "$prefix/include" && find . -type f | sort | tr '\n' ' ')
-[ "$headers" = "./qcapi/errors.h ./qcapi/qcapi.h " ] || fail "headers installed: $headers"
+[ "$headers" = "./qcapi/errors.h ./qcapi/host.h ./qcapi/qcapi.h " ] || fail "headers installed: $headers"
+
+# The conveniences compile as C++17 without a warning, and leave no macro behind that the interface does not leave.
+conveniences=$HOST/conveniences.cpp
+quietly "$CXX" $FLAGS -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
+    -I"$prefix/include" -fsyntax-only "$conveniences"
+macros=$(echo '#include <qcapi/host.h>' | "$CXX" $FLAGS -std=c++17 -I"$prefix/include" -x c++ -dD -E - |
+    awk '/^# [0-9]+ /{ours = /qcapi\/host\.h/} ours && /^#define/{print $2} ours && /^#undef/{print "-" $2}')
+for macro in $(grep -v '^-' <<<"$macros" || true); do
+    grep -qFx -- "-${macro%%(*}" <<<"$macros" || fail "host.h leaves the macro $macro"
+done
 
 quietly "$CMAKE" -S "$HOST" -B "$scratch/host" -G "$GENERATOR" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_CXX_FLAGS="$FLAGS"
@@ -43,6 +53,7 @@ quietly "$CMAKE" --build "$scratch/host"
 run_host "find_package, shared" "$scratch/host/shared_host"
 run_host "find_package, shared, with a Cur_Qapi of its own" "$scratch/host/shared_host_with_pointer"
 run_host "find_package, static" "$scratch/host/static_host"
+run_host "find_package, conveniences" "$scratch/host/conveniences"
 readelf -d "$scratch/host/shared_host" | grep -q 'NEEDED.*\[libqapi.so.3\]' || fail "the shared host needs no libqapi.so.3"
 
 export PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig
