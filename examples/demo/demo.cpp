@@ -23,12 +23,12 @@ constexpr int market = 71;
 // Who they are is told by the scenario.
 std::vector<demo::HostSettings> the_hosts()
 {
-    return {{"ana", "ana-2026", "N001", "L001", "NORTNOR1", "ana: Ana Prado, Banco Norte"},
-            {"carla", "carla-2026", "S001", "L003", "SURBSUR1", "carla: Carla Rivas, Banco del Sur"}};
+    return {{"ana", "ana-2026", "N001", "L001", "NORTNOR1", "Ana Prado, Banco Norte"},
+            {"carla", "carla-2026", "S001", "L003", "SURBSUR1", "Carla Rivas, Banco del Sur"}};
 }
 
-constexpr int moment = 500; // milliseconds
-constexpr int while_read = 1600;
+constexpr int moment = 400; // milliseconds
+constexpr int while_read = 1500;
 
 bool stands(const Heard& heard, const std::string& code, const std::string& amount, const std::string& price)
 {

@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t narrowest = 80;
 constexpr std::size_t widest = 100;
 constexpr std::size_t fewest_rows = 24;
-constexpr std::size_t book_rows = 5;
-constexpr std::size_t rows_above_said = 18;
+constexpr std::size_t book_rows = 4;
+constexpr std::size_t rows_above_said = 17;
 constexpr std::size_t most_said = 11;
 
 struct Symbols
@@ -81,7 +81,7 @@ struct Look
 
 Look look_of(State state)
 {
-    constexpr std::array looks{Look{Colour::dim, "absent"}, Look{Colour::yellow, "connecting"},
+    constexpr std::array looks{Look{Colour::dim, "absent"}, Look{Colour::yellow, "coming up"},
                                Look{Colour::green, "connected"}, Look{Colour::red, "lost"}, Look{Colour::dim, "ended"}};
     return looks.at(static_cast<std::size_t>(state));
 }
@@ -178,7 +178,7 @@ void Page::add_hosts(std::vector<std::string>& all) const
 std::string Page::host_line(const HostView& host) const
 {
     const Look look = look_of(host.state);
-    constexpr std::size_t word_width = 11;
+    constexpr std::size_t word_width = 10;
     return paint(look.colour, symbols().dot) + " " + paint(Colour::bold, fit(host.title, half() - 2 - word_width)) +
            paint(look.colour, fit_right(look.word, word_width));
 }

@@ -17,14 +17,14 @@ namespace {
 class Lines final : public Screen
 {
 public:
-    explicit Lines(const View& view) : m_view(view) {}
+    Lines(const View& view, bool is_terminal) : m_view(view), m_is_terminal(is_terminal) {}
 
     void begin_step(const std::string& title, const std::string& explanation) override
     {
         print("\n--- " + title + ": " + explanation);
     }
     void say(const std::string& who, const std::string& text) override { print("  " + fit(who, 7) + text); }
-    void view_changed() override {}
+    void refresh() override {}
     void show_book() override
     {
         const std::size_t rows = std::max(m_view.bids.size(), m_view.offers.size());
@@ -36,7 +36,7 @@ public:
                                             offer.owner);
         }
     }
-    [[nodiscard]] bool is_watched() const override { return false; }
+    [[nodiscard]] bool is_watched() const override { return m_is_terminal; }
 
 private:
     static void print(const std::string& line)
@@ -46,6 +46,7 @@ private:
     }
 
     const View& m_view;
+    bool m_is_terminal;
 };
 
 // ---- A page ----------------------------------------------------------------------------------------------------
@@ -66,19 +67,19 @@ public:
     {
         write_out("\033[?25l"); // no cursor
     }
-    ~Terminal() override { write_out("\033[J\033[?25h"); }
+    ~Terminal() override
+    {
+        draw();
+        write_out("\033[J\033[?25h");
+    }
 
     void begin_step(const std::string& title, const std::string& explanation) override
     {
         m_page.begin_step(title, explanation);
         draw();
     }
-    void say(const std::string& who, const std::string& text) override
-    {
-        m_page.say(who, text);
-        draw();
-    }
-    void view_changed() override { draw(); }
+    void say(const std::string& who, const std::string& text) override { m_page.say(who, text); }
+    void refresh() override { draw(); }
     void show_book() override {}
     [[nodiscard]] bool is_watched() const override { return true; }
 
@@ -110,11 +111,12 @@ private:
 std::unique_ptr<Screen> Screen::make(const View& view)
 {
     const char* kind = std::getenv("TERM");
-    const bool moves_cursor = isatty(STDOUT_FILENO) != 0 && kind != nullptr && std::string(kind) != "dumb";
+    const bool is_terminal = isatty(STDOUT_FILENO) != 0;
+    const bool moves_cursor = is_terminal && kind != nullptr && std::string(kind) != "dumb";
     if (moves_cursor && Page::fits(size_of_terminal())) {
         return std::make_unique<Terminal>(view);
     }
-    return std::make_unique<Lines>(view);
+    return std::make_unique<Lines>(view, is_terminal);
 }
 
 } // namespace demo

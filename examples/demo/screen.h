@@ -62,8 +62,8 @@ public:
 
     virtual void begin_step(const std::string& title, const std::string& explanation) = 0;
     virtual void say(const std::string& who, const std::string& text) = 0;
-    virtual void view_changed() = 0; // many times: a state in between may be left out
-    virtual void show_book() = 0;    // as it is now
+    virtual void refresh() = 0;   // what has changed is shown from then on
+    virtual void show_book() = 0; // as it is now
     // Whether somebody watches, for whom events are slowed down.
     [[nodiscard]] virtual bool is_watched() const = 0;
 };

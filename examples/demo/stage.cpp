@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto patience = std::chrono::seconds(30);
 constexpr int between_looks = 100; // milliseconds
-constexpr int between_tables = 70; // so that somebody who watches sees them come
+constexpr int between_tables = 50; // so that somebody who watches sees them come
 constexpr int tables_of_a_login = 17;
 constexpr const char* code_of_servers = "8"; // a table without a name
 
@@ -188,7 +188,6 @@ void Stage::pause(int milliseconds)
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     while (std::chrono::steady_clock::now() < end) {
         pump(between_looks);
-        m_screen->view_changed();
     }
 }
 
@@ -205,6 +204,7 @@ void Stage::pump(int milliseconds)
         throw Interruption();
     }
     read_all();
+    m_screen->refresh();
     check_processes();
 }
 
@@ -234,11 +234,11 @@ void Stage::read_all()
     }
 }
 
-// Nobody ends of itself before the end.
+// Nobody ends of itself before the end. What one said last is read before its end is looked at.
 void Stage::check_processes()
 {
     for (Host& host : m_hosts) {
-        if (host.child != nullptr && !host.heard.has_ended && host.child->exit_status()) {
+        if (host.child != nullptr && !host.heard.has_ended && host.child->output() < 0 && host.child->exit_status()) {
             throw Failure(host.settings.name + " has ended with " + std::to_string(*host.child->exit_status()) +
                           "; what it had to say is in " + (m_directory / host.settings.name / "stderr.txt").string());
         }
@@ -268,24 +268,24 @@ void Stage::hear_market(const std::string& line)
     m_screen->say("market", line);
 }
 
-// "machine L001: table 25 cities, 4 records": one that it has sent. Those that come when the host has been told that it
-// is connected are no reference tables.
+// "machine L001: table 25 cities, 4 records": one that it has sent. The table of orders comes last, behind
+// OnConnection.
 void Stage::hear_table(Host& host, const std::string& line)
 {
     HostView& shown = view_of(host);
-    if (shown.state == State::connected) {
-        return;
-    }
     const std::size_t comma = line.rfind(", ");
     const std::string count = line.substr(comma + 2, line.find(' ', comma + 2) - comma - 2);
     const std::size_t blank = line.rfind(' ', comma - 1);
     const std::string name = line.substr(blank + 1, comma - blank - 1);
+    if (name == std::to_string(m_market_number)) {
+        return;
+    }
     shown.state = State::connecting;
     ++shown.tables;
     shown.records += std::atoi(count.c_str());
     shown.last_table = (name == code_of_servers ? "servers" : name) + " " + count;
     host.tables += (host.tables.empty() ? "" : ", ") + shown.last_table;
-    m_screen->view_changed();
+    m_screen->refresh();
     if (m_screen->is_watched()) {
         poll(nullptr, 0, between_tables);
     }
@@ -325,7 +325,6 @@ void Stage::hear_host(std::size_t at, const std::string& line)
         hear_session(at, words);
         hear_message(at, words);
     }
-    m_screen->view_changed();
 }
 
 void Stage::hear_session(std::size_t at, const Words& words)
@@ -336,6 +335,7 @@ void Stage::hear_session(std::size_t at, const Words& words)
     if (words[0] == "ready") {
         ++host.heard.times_ready;
         shown.state = State::connected;
+        shown.last_table = std::to_string(shown.records) + " records";
         m_screen->say(name, "has " + std::to_string(shown.tables) + " tables: " + host.tables);
         m_screen->say(name, "OnConnection(0)");
     } else if (words[0] == "lost") {
