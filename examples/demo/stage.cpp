@@ -394,6 +394,7 @@ void Stage::show_book()
     const auto& [first, second] = m_hosts;
     const auto& book = first.heard.book.size() >= second.heard.book.size() ? first.heard.book : second.heard.book;
     std::vector<Order> orders;
+    orders.reserve(book.size());
     for (const auto& [record, order] : book) {
         orders.push_back(order);
     }

@@ -83,12 +83,13 @@ public:
     [[nodiscard]] const HostView& view(std::size_t host) const { return m_view.host_views.at(host); }
     [[nodiscard]] std::filesystem::path directory_of(std::size_t host) const;
 
-    // All of these throw Failure when what they begin doesn't come about, and Interruption.
+    // A host is named by its place among the settings. All of these throw Failure when what they begin doesn't come
+    // about, and Interruption.
     void start_market();
     void ask_market(const std::string& command, const std::string& answer); // which has this text in it
-    void start_host(std::size_t host);
+    void start_host(std::size_t at);
     void tell_host(std::size_t host, const std::string& command);
-    void end_host(std::size_t host);
+    void end_host(std::size_t at);
     void end_market();
     void expect(const std::string& what, const std::function<bool()>& has_happened);
     void expect_of_both(const std::string& what, const std::function<bool(const Heard&)>& has_happened);
@@ -119,10 +120,10 @@ private:
     void check_processes();
     void hear_market(const std::string& line);
     void hear_table(Host& host, const std::string& line);
-    void await_tables(std::size_t host);
-    void hear_host(std::size_t host, const std::string& line);
-    void hear_session(std::size_t host, const Words& words);
-    void hear_message(std::size_t host, const Words& words);
+    void await_tables(std::size_t at);
+    void hear_host(std::size_t at, const std::string& line);
+    void hear_session(std::size_t at, const Words& words);
+    void hear_message(std::size_t at, const Words& words);
     void hear_row(Host& host, const Words& words);
     void show_book();
 

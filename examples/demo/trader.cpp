@@ -20,8 +20,6 @@
 
 namespace {
 
-using quentar::Decimal;
-
 struct Tally
 {
     int received = 0;
