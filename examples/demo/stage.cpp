@@ -182,7 +182,7 @@ std::string Stage::last_heard() const
 
 void Stage::pause(int milliseconds)
 {
-    if (!m_screen->is_watched()) {
+    if (m_programs.hurried || !m_screen->is_watched()) {
         return;
     }
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);

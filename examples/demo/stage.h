@@ -16,11 +16,13 @@
 
 namespace demo {
 
+// What the stage runs, and how.
 struct Programs
 {
     std::filesystem::path market{};
     std::filesystem::path trader{};
     std::filesystem::path scenario{};
+    bool hurried = false; // no pauses for whoever watches
 };
 
 struct HostSettings

@@ -24,7 +24,7 @@ does_not_say() { ! grep -qE -- "$1" output || fail "it says \"$1\""; }
 
 on_terminal() { # [VARIABLE=VALUE]: leaves all that was written to the terminal in output
     local result=0
-    env TERM=xterm LANG=C.UTF-8 "$@" script -qec "stty cols 90 rows 28; echo \$\$ >pid; exec $demo $BUILD $SCENARIO" \
+    env TERM=xterm LANG=C.UTF-8 "$@" script -qec "stty cols 90 rows 28; echo \$\$ >pid; exec $demo $BUILD $SCENARIO --hurried" \
         output </dev/null >/dev/null 2>errors || result=$?
     return $result
 }
