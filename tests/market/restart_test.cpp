@@ -116,6 +116,19 @@ TEST_F(MarketRestart, SaysNothingTwiceWhenItBringsOrdersBack)
     EXPECT_EQ(maria.first_log().size(), 1U);
 }
 
+TEST_F(MarketRestart, GivesOrdersThatItBroughtBackTheirBranch)
+{
+    MarketClient maria(market.port(), "L001", "U001");
+    maria.bring_up("maria");
+    maria.place(71, 'D', "4012.2500", "100", "000001");
+    maria.expect(111);
+    const std::string before = maria.subscribe(71).at(0).body;
+    market.command("restart");
+    MarketClient again(market.port(), "L001", "U001");
+    again.bring_up("maria");
+    EXPECT_EQ(again.subscribe(71).at(0).body, before);
+}
+
 TEST_F(MarketRestart, SurvivesInMemoryToo)
 {
     MarketThread in_memory;
@@ -178,6 +191,20 @@ TEST_F(MarketLog, CountsEachDayForItself)
     EXPECT_EQ(log_of_maria({{'A', second_day, 0}}), std::vector<std::string>{"three"});
     EXPECT_EQ(log_of_maria({{'A', second_day, 1}}), std::vector<std::string>{});
     EXPECT_EQ(log_of_maria({{'A', {}, 0}}), std::vector<std::string>{"three"});
+}
+
+TEST_F(MarketLog, OpenOrdersOutlastMidnightAndARestart)
+{
+    set_day(10);
+    market.command("order maria 71 bid 4012.25 100 A");
+    market.command("order pedro 71 offer 4013 10 B");
+    set_day(11);
+    market.command("order pedro 71 offer 4012.25 40 C"); // trades
+    market.command("withdraw pedro 71 B");
+    const std::string book = market.command("book 71");
+    EXPECT_EQ(book, "bid          4012.2500              60  U001A\n1 order");
+    market.command("restart");
+    EXPECT_EQ(market.command("book 71"), book);
 }
 
 TEST_F(MarketLog, HasWhatCameBetweenTheRoundsInTheSecond)

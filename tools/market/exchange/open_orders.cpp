@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <list>
+#include <string_view>
 #include <unordered_map>
 
 namespace qm {
@@ -52,7 +53,6 @@ void Replayed::Order(const std::string& message)
 {
     m_order.Update_Message_Info(std::span(message.data(), message.size()));
     Party sender = Sender_Of(message);
-    sender.branch = field::Text_Of(m_order, CODIGO_SUCURSAL_POSTURA);
     OrderForm form;
     if (!Read_Order(m_order, sender, form).empty() || form.kind == OrderKind::request) {
         return;
@@ -109,14 +109,11 @@ std::vector<OrderLeftOpen> Replayed::Open()
 
 } // namespace
 
-std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store, std::string_view date)
+std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store)
 {
     Replayed replayed;
     for (std::size_t i = 0; i < store.size(); ++i) {
         const StoredMessage& stored = store.at(i);
-        if (stored.date != date) {
-            continue;
-        }
         if (stored.log == Log::A && Is_Order(stored.message)) {
             replayed.Order(stored.message);
         } else if (stored.log == Log::P && Number_Of(stored.message) == MSS_TRANS_MONEDA) {
