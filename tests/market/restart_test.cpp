@@ -2,6 +2,7 @@
 #include "market/support/manual_clock.h"
 #include "market/support/market_client.h"
 #include "market/support/market_thread.h"
+#include "records/orders.h"
 #include "support/scratch_directory.h"
 
 #include <gtest/gtest.h>
@@ -127,6 +128,44 @@ TEST_F(MarketRestart, GivesOrdersThatItBroughtBackTheirBranch)
     MarketClient again(market.port(), "L001", "U001");
     again.bring_up("maria");
     EXPECT_EQ(again.subscribe(71).at(0).body, before);
+}
+
+TEST_F(MarketRestart, BringsAReplacedOrderBackOnceAndNoRequest)
+{
+    MarketClient maria(market.port(), "L001", "U001");
+    maria.bring_up("maria");
+    maria.place(71, 'D', "4012.2500", "100", "000001");
+    maria.place(71, 'D', "4010.0000", "70", "000001", 2);
+    maria.place(71, 'D', "4009.0000", "70", "000002", 8);
+    maria.place(71, 'D', "4008.0000", "10", "000003");
+    for (int i = 0; i < 4; ++i) {
+        maria.expect(111);
+    }
+    market.command("restart");
+    EXPECT_EQ(market.command("book 71"), "bid          4010.0000              70  U001000001\n"
+                                         "bid          4008.0000              10  U001000003\n2 orders");
+}
+
+TEST_F(MarketRestart, NumbersTradesOn)
+{
+    const auto code_of_trade = [this](const std::string& code) {
+        MarketClient maria(market.port(), "L001", "U001");
+        maria.bring_up("maria");
+        market.command("order maria 71 bid 4000 5 " + code);
+        market.command("order pedro 71 offer 4000 5 " + code);
+        const std::string trade = maria.expect(112);
+        maria.close();
+        market.wait_until([](qm::Market& its) { return its.Do("clients") == "0 clients"; });
+        CMsgTransMon record;
+        record.Update_Message_Info(std::span(trade.data(), trade.size()));
+        return std::string(record[MCOD_TRANSACCION].Get_Ptr(), 6);
+    };
+    EXPECT_EQ(code_of_trade("A"), "000001");
+    EXPECT_EQ(code_of_trade("B"), "000002");
+    market.command("restart");
+    EXPECT_EQ(code_of_trade("C"), "000003");
+    market.command("restart empty");
+    EXPECT_EQ(code_of_trade("D"), "000001");
 }
 
 TEST_F(MarketRestart, SurvivesInMemoryToo)

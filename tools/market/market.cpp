@@ -113,6 +113,9 @@ void Market::Restart(bool with_store)
     m_journal.Event(0, "restart", with_store ? "with its store" : "empty");
     m_listener.reset();
     m_feeds.reset();
+    for (const auto& [id, client] : m_clients) {
+        m_journal.Event(id, "closed", "restart");
+    }
     m_clients.clear();
     std::unique_ptr<MessageStore> kept = std::move(m_store);
     if (!with_store) {
@@ -154,6 +157,7 @@ void Market::Fill_Tables()
 // Their rows and places in the books, but not a word of them to anybody: it has been said.
 void Market::Bring_Back_Orders()
 {
+    m_exchange->Count_Trades_From(Last_Trade_Number(*m_store));
     m_is_silent = true;
     const std::vector<OrderLeftOpen> orders = Orders_Left_Open(*m_store);
     for (const OrderLeftOpen& order : orders) {

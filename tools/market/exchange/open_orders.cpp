@@ -109,6 +109,19 @@ std::vector<OrderLeftOpen> Replayed::Open()
 
 } // namespace
 
+std::uint32_t Last_Trade_Number(const MessageStore& store)
+{
+    CMsgTransMon transaction;
+    for (std::size_t i = store.size(); i > 0; --i) {
+        const std::string& message = store.at(i - 1).message;
+        if (Number_Of(message) == MSS_TRANS_MONEDA) {
+            transaction.Update_Message_Info(std::span(message.data(), message.size()));
+            return static_cast<std::uint32_t>(field::Number_Of(transaction, MCOD_TRANSACCION).value_or(0));
+        }
+    }
+    return 0;
+}
+
 std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store)
 {
     Replayed replayed;

@@ -5,6 +5,7 @@
 #include "audience.h"
 #include "store/message_store.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,8 @@ struct OrderLeftOpen
 
 // In the order of their time. Placed anew in that order they don't meet each other, since they didn't then.
 std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store);
+
+// The number of the last trade that both parties were told, 0 for none.
+std::uint32_t Last_Trade_Number(const MessageStore& store);
 
 } // namespace qm

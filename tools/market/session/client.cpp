@@ -269,14 +269,11 @@ void Client::Flood(std::function<std::string_view()> source)
     Send_On();
 }
 
-// Goes on with what waits for room. The log may have waited behind a flood.
+// Goes on with what waits for room.
 void Client::Send_On()
 {
     Send_Log();
-    if (m_flood) {
-        Send_Flood();
-        Send_Log();
-    }
+    Send_Flood();
 }
 
 void Client::Send_Log()
