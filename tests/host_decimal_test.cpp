@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <type_traits>
 
 namespace {
 
@@ -95,6 +96,30 @@ TEST(DecimalModel, NumbersOfDifferentDecimalsMeet)
     EXPECT_EQ((number("1") - number("0.000000000000000001")).to_string(), "0.999999999999999999");
     EXPECT_LT(number("-2"), number("-1.999"));
     EXPECT_GT(number("100000000000000000000000000000000001"), number("0.000000000000000001"));
+}
+
+// The places that the longest field leaves empty are needed while two numbers meet.
+TEST(DecimalModel, NumbersOfAllDigitsAreComparedAtAnyPlaces)
+{
+    const Decimal large = number("999999999999999999999999999999999999");
+    const Decimal small = number("0.000000000000000001");
+    EXPECT_LT(small, large);
+    EXPECT_LT(-large, small);
+    EXPECT_LT(-large, -small);
+    EXPECT_FALSE(large < large); // NOLINT(misc-redundant-expression)
+    EXPECT_EQ(number("-0.00"), Decimal(0));
+    EXPECT_FALSE((large - small).is_valid());
+}
+
+TEST(DecimalModel, WhatIsNoWholeNumberOf64BitsIsNoFactor)
+{
+    EXPECT_TRUE((std::is_constructible_v<Decimal, unsigned short>));
+    EXPECT_FALSE((std::is_constructible_v<Decimal, double>));
+    EXPECT_FALSE((std::is_constructible_v<Decimal, bool>));
+#ifdef __SIZEOF_INT128__
+    __extension__ using Wide = __int128;
+    EXPECT_FALSE(quentar::detail::is_whole_number<Wide>); // it would lose its upper half
+#endif
 }
 
 TEST(DecimalModel, CarriesGoThroughAllDigits)
