@@ -132,6 +132,14 @@ TEST_F(HostTest, AFieldOfAnotherRecordIsReadThroughItsCode)
     EXPECT_EQ(host_errors(), 0);
 }
 
+TEST_F(HostTest, ACodeThatNamesNoRecordLeadsToAnEmptyOne)
+{
+    bring_up();
+    const Message message = numbered_order(1);
+    EXPECT_EQ(message.find<std::string>("usuario_postura.nombre"), "");
+    EXPECT_EQ(message.find<std::string>("usuario_postura.no_such_field"), std::nullopt);
+}
+
 TEST_F(HostTest, FieldsGoAsDeepAsTheyAreAskedTo)
 {
     std::string user(699, '\0');
