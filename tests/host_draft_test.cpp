@@ -79,6 +79,51 @@ TEST_F(HostDraftTest, AChatLeavesWithItsReceivers)
     EXPECT_EQ(seen.chat.receivers.substr(0, 12), "U001\0\0\0\0U002"s);
 }
 
+TEST_F(HostDraftTest, WhatIsSetLastHoldsWhateverItsCase)
+{
+    bring_up();
+    Draft chat("Chat");
+    chat.set("receptor[2]", "U002").set("RECEPTOR", "U009").set("receptor[2]", "U003").set("Receptor[2]", "U004");
+    chat.set("TEXTO", "first").set("texto", "last").set("tipo_receptores", "U").set("numero_receptores", 2);
+    EXPECT_EQ(chat.problem(), "");
+    EXPECT_EQ(chat.send(host), Result::ok);
+    const market::SeenChat seen = peer.expect_chat();
+    EXPECT_EQ(seen.chat.text, "last");
+    EXPECT_EQ(seen.chat.receivers.substr(0, 12), "U009\0\0\0\0U004"s);
+}
+
+TEST_F(HostDraftTest, ADraftThatIsChangedAndSentAgainSetsEachFieldOnce)
+{
+    bring_up();
+    Draft draft = an_order();
+    for (int amount = 1; amount <= 3; ++amount) {
+        EXPECT_EQ(draft.set("NUMERO", amount).set("usuario_postura", "U00" + std::to_string(amount)).send(host),
+                  Result::ok);
+        const market::Order seen = peer.expect_order();
+        EXPECT_EQ(seen.amount, std::to_string(amount));
+        EXPECT_EQ(seen.user, "U00" + std::to_string(amount));
+    }
+}
+
+// Typed writes go to the field's own place, whichever element its path tells of.
+TEST_F(HostDraftTest, DirectSettingOfAnElementWritesTheFirstOne)
+{
+    bring_up();
+    std::string kind = "Chat";
+    const auto set = [&](std::string field, std::string value) {
+        value.resize(8);
+        return host.SetFieldBSTR(kind.data(), field.data(), value.data());
+    };
+    ASSERT_EQ(host.InitMessage(kind.data()), 0);
+    EXPECT_EQ(set("tipo_receptores", "U"), 0);
+    std::string count = "numero_receptores";
+    EXPECT_EQ(host.SetFieldLONG(kind.data(), count.data(), 2), 0);
+    EXPECT_EQ(set("receptor[2]", "U002"), 0);
+    EXPECT_EQ(set("receptor[3]", "U003"), QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED);
+    EXPECT_EQ(host.SendMessage(kind.data()), 0);
+    EXPECT_EQ(peer.expect_chat().chat.receivers, "U002");
+}
+
 TEST_F(HostDraftTest, AReplyIsACopyOfTheReceivedRecordWithWhatWasSet)
 {
     bring_up();
