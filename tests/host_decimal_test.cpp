@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -174,6 +175,36 @@ TEST(DecimalLimits, IntegersAreGivenIfTheyAreWholeAndFit)
     EXPECT_FALSE(number("-1").to_integer<unsigned>().has_value());
     EXPECT_FALSE(number("1.5").to_integer<int>().has_value());
     EXPECT_EQ(number("-0").to_integer<unsigned>(), 0U);
+}
+
+// ---- What fields hold ------------------------------------------------------------------------------------------
+
+std::int64_t binary(int type, std::string bytes)
+{
+    return quentar::detail::value_in<std::int64_t>({type, std::move(bytes)}).value_or(-99);
+}
+
+TEST(FieldValues, BinaryNumbersHaveTheirSignsAndAreLittleEndian)
+{
+    EXPECT_EQ(binary(1, "\x01\x80"), -32767);
+    EXPECT_EQ(binary(1, "\xff\x7f"), 32767);
+    EXPECT_EQ(binary(2, "\xff\xff"), 65535);
+    EXPECT_EQ(binary(3, "\xff\xff\xff\xff"), 4294967295);
+    EXPECT_EQ(binary(7, "\xfe\xff\xff\xff"), -2);
+    EXPECT_EQ(binary(7, "\xff\xff\xff\x7f"), 2147483647);
+}
+
+TEST(FieldValues, NumbersInDigitsMayHaveBlanksAnywhereAroundTheSign)
+{
+    const auto value = [](int type, std::string bytes) {
+        return quentar::detail::number_in({type, std::move(bytes)}).value_or(Decimal::of_units(1, 99)).to_string();
+    };
+    EXPECT_EQ(value(5, "  -   12.50"), "-12.50");
+    EXPECT_EQ(value(5, "-12.50 "), "-12.50");
+    EXPECT_EQ(value(4, std::string("  7\0\0", 5)), "7");
+    EXPECT_EQ(value(4, "    "), "0");
+    EXPECT_EQ(value(5, " -  "), "invalid");
+    EXPECT_EQ(value(6, "    "), "invalid");
 }
 
 TEST(DecimalLimits, TheDoubleIsTheNearestOne)

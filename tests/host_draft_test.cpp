@@ -220,6 +220,17 @@ TEST_F(Refusals, ANumberThatItsFieldCannotHold)
     EXPECT_EQ(problem("Orden_Transaccion", "precio", ""), "precio takes numbers alone");
 }
 
+TEST_F(Refusals, TheNinthDecimalOfAFieldThatHasRoomForIt)
+{
+    const auto total = [](const char* value) {
+        return problem("Precios_Montos_Transados", "precio_x_monto_total_dia", value);
+    };
+    EXPECT_EQ(total("9999999999999999.999999990"), "");
+    EXPECT_EQ(total("0.00000001"), "");
+    EXPECT_EQ(total("0.000000001"), "precio_x_monto_total_dia has fewer decimals than the number");
+    EXPECT_EQ(total("10000000000000000"), "precio_x_monto_total_dia has no room for the number");
+}
+
 TEST_F(Refusals, ACharacterForANumber)
 {
     EXPECT_EQ(Draft("Orden_Transaccion").set("precio", '4').problem(), "precio is no text");

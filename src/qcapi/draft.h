@@ -292,8 +292,9 @@ private:
 
     Draft& set_digits(std::string_view field, const QapiField& known, const Decimal& number)
     {
+        constexpr int kept_decimals = 8; // the library cuts the ninth that two fields have room for
         const std::optional<Decimal> exact = number.with_decimals(known.decimals);
-        if (!exact) {
+        if (!exact || !exact->with_decimals(std::min(known.decimals, kept_decimals))) {
             return fail(field, "has fewer decimals than the number");
         }
         if (known.type == 4 && exact->is_negative()) {
