@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -154,11 +155,22 @@ TEST_F(HostDraftTest, AReplyToARecordThatIsGoneIsNotSent)
     EXPECT_EQ(peer.expect_chat().chat.text, "last"); // and no order ahead of it
 }
 
+TEST_F(HostDraftTest, AReplyToNothingIsNotSent)
+{
+    bring_up();
+    EXPECT_EQ(Draft(Message()).result(), Result::unknown_kind);
+    EXPECT_EQ(Draft(Message(host, "Chat", 1)).send(host), Result::record_not_found);
+}
+
 TEST_F(HostDraftTest, DraftsOfTwoThreadsDoNotMix)
 {
     bring_up();
-    const auto send = [this](int market, const std::string& user) {
-        for (int round = 0; round < 100; ++round) {
+    constexpr int rounds = 600;
+    std::atomic<int> ready = 0;
+    const auto send = [&](int market, const std::string& user) {
+        for (++ready; ready < 2;) {
+        }
+        for (int round = 0; round < rounds; ++round) {
             EXPECT_EQ(Draft("Orden_Transaccion").set("mercado", market).set("usuario_postura", user).send(host),
                       Result::ok);
         }
@@ -166,7 +178,7 @@ TEST_F(HostDraftTest, DraftsOfTwoThreadsDoNotMix)
     std::thread other([&] { send(72, "U072"); });
     send(71, "U071");
     other.join();
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 2 * rounds; ++round) {
         const market::Order seen = peer.expect_order();
         EXPECT_EQ(seen.user, "U0" + std::to_string(seen.market));
     }

@@ -430,6 +430,7 @@ TEST_F(HostTest, ADirectReadingWithoutATakenRecordDoesNotSeeAHandlesRecord)
     char amount[] = "numero";
     EXPECT_EQ(host.GetFieldLONG(amount), 0);
     EXPECT_EQ(count("error 14 There is no record previously taken / 0"), 1);
+    EXPECT_EQ(host_errors(), 1);
 }
 
 TEST_F(HostTest, ADirectFinishIsSeenByTheHandle)
