@@ -41,6 +41,8 @@ TEST_F(HostDraftTest, AnOrderLeavesAsItWasSet)
     EXPECT_EQ(seen.price, "4012.2500");
     EXPECT_EQ(seen.amount, "250");
     EXPECT_EQ(seen.kind, 1);
+    ASSERT_FALSE(peer.last().groups.empty());
+    EXPECT_EQ(peer.last().groups.back(), (WireGroup{"PU", {std::string("L002")}}));
 }
 
 TEST_F(HostDraftTest, ADraftMayBeSentAgain)
