@@ -1,8 +1,8 @@
-// A client that may send anything, in a session with a whole market: whatever comes, the market lives, its other client
-// is served, and its book is in order.
+// A client that may send anything, in a session with a whole market: whatever comes, the market lives, takes orders, and
+// its book is in order.
 //
-// The input is a run of messages, each: number (1), length (2), flags (1: behind the login, 2: cut bytes of the frame),
-// and as many bytes as there are, from byte 83 of the message on.
+// The first byte tells whether the client logs in. Behind it come pieces: a byte that a multiple of 16 makes raw bytes
+// (their count in a byte, and they) and any other a message: number (1), length (2), zeros behind the number (1), bytes.
 #include "market.h"
 
 #include "session/header.h"
