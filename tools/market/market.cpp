@@ -227,9 +227,11 @@ void Market::On_Order(Client& client, std::string_view message, const Audience& 
     }
     m_journal.Event(client.id(), "refused", refusal);
     Tell("order of " + sender.user + " refused: " + refusal);
-    Send_Chat(the_market,
-              Make_Chat(the_market, sender.user, "Order refused: " + refusal, clock().date(), clock().hour()),
-              {.machines = {sender.machine}});
+    // For this moment alone: it bears no number and isn't stored, so nobody fills the store with bad orders.
+    std::string answer =
+        Make_Chat(the_market, sender.user, "Order refused: " + refusal, clock().date(), clock().hour());
+    Stamp_Header(answer, the_market, m_scenario.server, clock().date(), clock().hour());
+    client.Send_Message(answer);
 }
 
 std::string Market::Take_Order(const Party& sender, std::string_view message, const Audience& audience)
