@@ -387,7 +387,7 @@ TEST_F(StreamTest, ResetWaitsForASlowReaderToHaveTheLastByte)
         stream->Close_After(count); // what is queued is among them
         stream->Send(std::string_view(bytes).substr(30'000));
         EXPECT_EQ(closed, Texts{});
-        EXPECT_TRUE(Taken_To_The_End() == bytes.substr(0, before + count));
+        EXPECT_TRUE(Taken_To_The_End() == bytes.substr(0, static_cast<std::size_t>(before + count)));
         EXPECT_TRUE(client->was_reset());
         Run_Until([this] { return !closed.empty(); });
         closed.clear();
