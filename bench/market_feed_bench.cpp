@@ -12,13 +12,13 @@
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <netinet/in.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <thread>
-#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -163,7 +163,7 @@ void Feed(benchmark::State& state)
     double bare = 0;
     double cpu = 0;
     std::uint64_t orders = 0;
-    for (auto round : state) {
+    for ([[maybe_unused]] auto round : state) {
         const double cpu_before = market.cpu_seconds();
         const double begin = seconds_of(CLOCK_MONOTONIC);
         market.command("flood L001 71 200000");
@@ -195,7 +195,7 @@ void Idle(benchmark::State& state)
     }
     double cpu = 0;
     double wall = 0;
-    for (auto round : state) {
+    for ([[maybe_unused]] auto round : state) {
         const double cpu_before = market.cpu_seconds();
         const double begin = seconds_of(CLOCK_MONOTONIC);
         std::this_thread::sleep_for(std::chrono::seconds(3));

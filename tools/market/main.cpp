@@ -162,11 +162,11 @@ int run(Arguments& arguments)
 
 int main(int count, char** words)
 {
-    Arguments arguments;
-    CLI::App app;
-    describe(app, arguments);
-    CLI11_PARSE(app, count, words);
     try {
+        Arguments arguments;
+        CLI::App app;
+        describe(app, arguments);
+        CLI11_PARSE(app, count, words);
         return run(arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -379,7 +379,7 @@ std::string Market::Body_Of_Fields(const Table& table, const TableRow* before, c
     }
     for (const auto& [name, value] : values.items()) {
         if (std::string wrong = Set_Field(*record, name, value); !wrong.empty()) {
-            complaint = name + ": " + wrong;
+            complaint.append(name).append(": ").append(wrong);
             return {};
         }
     }
