@@ -1,8 +1,9 @@
-// A client that may send anything, in a session with a whole market: whatever comes, the market lives, its other client
-// is served, and its book is in order.
+// A client that may send anything, in a session with a whole market: whatever comes, the market lives, takes orders,
+// and its book is in order.
 //
-// The input is a run of messages, each: number (1), length (2), flags (1: behind the login, 2: cut bytes of the frame),
-// and as many bytes as there are, from byte 83 of the message on.
+// The first byte tells whether the client logs in. Behind it come pieces: a byte that a multiple of 16 makes raw bytes
+// (their count in a byte, and they) and any other a message: number (1), length (2), zeros behind the number (1),
+// bytes.
 #include "market.h"
 
 #include "session/header.h"
@@ -95,12 +96,12 @@ private:
     qm::FrameEncoder m_encoder{qm::SendMode::plain};
 };
 
-std::string login()
+std::string login(const char* machine, const char* user, const char* name)
 {
     std::string message = qm::Empty_Message(201, 518);
-    qm::Stamp_Sender(message, {.machine = "L001", .user = "U001", .branch = ""});
-    message.replace(83, 4, "L001");
-    message.replace(88, 5, "maria");
+    qm::Stamp_Sender(message, {.machine = machine, .user = user, .branch = ""});
+    message.replace(83, 4, machine);
+    message.replace(88, 5, name);
     message.replace(132, 6, "secret");
     return message;
 }
@@ -132,9 +133,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     qm::Market market(loop, parsed, {}, journal);
     Session other(market);
     Session session(market);
+    other.send_message(login("L002", "U002", "pedro"));
+    run(loop);
     Input input(data, size);
     if (input.byte() % 8 != 0) {
-        session.send_message(login());
+        session.send_message(login("L001", "U001", "maria"));
     }
     run(loop);
     while (!input.is_over()) {
@@ -147,6 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         session.read_all();
         other.read_all();
     }
+    require(market.Do("clients").find("L002 U002") != std::string::npos);
     require(market.Do("order pedro 71 bid 1 1 Z") == "order U002Z");
     require(market.Do("withdraw pedro 71 Z") == "withdrawn" || market.Do("book 71").find("U002Z") == std::string::npos);
     return 0;

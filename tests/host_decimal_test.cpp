@@ -8,6 +8,8 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -97,6 +99,30 @@ TEST(DecimalModel, NumbersOfDifferentDecimalsMeet)
     EXPECT_GT(number("100000000000000000000000000000000001"), number("0.000000000000000001"));
 }
 
+// The places that the longest field leaves empty are needed while two numbers meet.
+TEST(DecimalModel, NumbersOfAllDigitsAreComparedAtAnyPlaces)
+{
+    const Decimal large = number("999999999999999999999999999999999999");
+    const Decimal small = number("0.000000000000000001");
+    EXPECT_LT(small, large);
+    EXPECT_LT(-large, small);
+    EXPECT_LT(-large, -small);
+    EXPECT_FALSE(large < large); // NOLINT(misc-redundant-expression)
+    EXPECT_EQ(number("-0.00"), Decimal(0));
+    EXPECT_FALSE((large - small).is_valid());
+}
+
+TEST(DecimalModel, WhatIsNoWholeNumberOf64BitsIsNoFactor)
+{
+    EXPECT_TRUE((std::is_constructible_v<Decimal, unsigned short>));
+    EXPECT_FALSE((std::is_constructible_v<Decimal, double>));
+    EXPECT_FALSE((std::is_constructible_v<Decimal, bool>));
+#ifdef __SIZEOF_INT128__
+    __extension__ using Wide = __int128;
+    EXPECT_FALSE(quentar::detail::is_whole_number<Wide>); // it would lose its upper half
+#endif
+}
+
 TEST(DecimalModel, CarriesGoThroughAllDigits)
 {
     EXPECT_EQ((number("999999999999999999999999999999999998") + 1).to_string(), "999999999999999999999999999999999999");
@@ -149,6 +175,36 @@ TEST(DecimalLimits, IntegersAreGivenIfTheyAreWholeAndFit)
     EXPECT_FALSE(number("-1").to_integer<unsigned>().has_value());
     EXPECT_FALSE(number("1.5").to_integer<int>().has_value());
     EXPECT_EQ(number("-0").to_integer<unsigned>(), 0U);
+}
+
+// ---- What fields hold ------------------------------------------------------------------------------------------
+
+std::int64_t binary(int type, std::string bytes)
+{
+    return quentar::detail::value_in<std::int64_t>({type, std::move(bytes)}).value_or(-99);
+}
+
+TEST(FieldValues, BinaryNumbersHaveTheirSignsAndAreLittleEndian)
+{
+    EXPECT_EQ(binary(1, "\x01\x80"), -32767);
+    EXPECT_EQ(binary(1, "\xff\x7f"), 32767);
+    EXPECT_EQ(binary(2, "\xff\xff"), 65535);
+    EXPECT_EQ(binary(3, "\xff\xff\xff\xff"), 4294967295);
+    EXPECT_EQ(binary(7, "\xfe\xff\xff\xff"), -2);
+    EXPECT_EQ(binary(7, "\xff\xff\xff\x7f"), 2147483647);
+}
+
+TEST(FieldValues, NumbersInDigitsMayHaveBlanksAnywhereAroundTheSign)
+{
+    const auto value = [](int type, std::string bytes) {
+        return quentar::detail::number_in({type, std::move(bytes)}).value_or(Decimal::of_units(1, 99)).to_string();
+    };
+    EXPECT_EQ(value(5, "  -   12.50"), "-12.50");
+    EXPECT_EQ(value(5, "-12.50 "), "-12.50");
+    EXPECT_EQ(value(4, std::string("  7\0\0", 5)), "7");
+    EXPECT_EQ(value(4, "    "), "0");
+    EXPECT_EQ(value(5, " -  "), "invalid");
+    EXPECT_EQ(value(6, "    "), "invalid");
 }
 
 TEST(DecimalLimits, TheDoubleIsTheNearestOne)

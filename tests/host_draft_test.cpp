@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,6 +41,8 @@ TEST_F(HostDraftTest, AnOrderLeavesAsItWasSet)
     EXPECT_EQ(seen.price, "4012.2500");
     EXPECT_EQ(seen.amount, "250");
     EXPECT_EQ(seen.kind, 1);
+    ASSERT_FALSE(peer.last().groups.empty());
+    EXPECT_EQ(peer.last().groups.back(), (WireGroup{"PU", {std::string("L002")}}));
 }
 
 TEST_F(HostDraftTest, ADraftMayBeSentAgain)
@@ -79,6 +82,51 @@ TEST_F(HostDraftTest, AChatLeavesWithItsReceivers)
     EXPECT_EQ(seen.chat.receivers.substr(0, 12), "U001\0\0\0\0U002"s);
 }
 
+TEST_F(HostDraftTest, WhatIsSetLastHoldsWhateverItsCase)
+{
+    bring_up();
+    Draft chat("Chat");
+    chat.set("receptor[2]", "U002").set("RECEPTOR", "U009").set("receptor[2]", "U003").set("Receptor[2]", "U004");
+    chat.set("TEXTO", "first").set("texto", "last").set("tipo_receptores", "U").set("numero_receptores", 2);
+    EXPECT_EQ(chat.problem(), "");
+    EXPECT_EQ(chat.send(host), Result::ok);
+    const market::SeenChat seen = peer.expect_chat();
+    EXPECT_EQ(seen.chat.text, "last");
+    EXPECT_EQ(seen.chat.receivers.substr(0, 12), "U009\0\0\0\0U004"s);
+}
+
+TEST_F(HostDraftTest, ADraftThatIsChangedAndSentAgainSetsEachFieldOnce)
+{
+    bring_up();
+    Draft draft = an_order();
+    for (int amount = 1; amount <= 3; ++amount) {
+        EXPECT_EQ(draft.set("NUMERO", amount).set("usuario_postura", "U00" + std::to_string(amount)).send(host),
+                  Result::ok);
+        const market::Order seen = peer.expect_order();
+        EXPECT_EQ(seen.amount, std::to_string(amount));
+        EXPECT_EQ(seen.user, "U00" + std::to_string(amount));
+    }
+}
+
+// Typed writes go to the field's own place, whichever element its path tells of.
+TEST_F(HostDraftTest, DirectSettingOfAnElementWritesTheFirstOne)
+{
+    bring_up();
+    std::string kind = "Chat";
+    const auto set = [&](std::string field, std::string value) {
+        value.resize(8);
+        return host.SetFieldBSTR(kind.data(), field.data(), value.data());
+    };
+    ASSERT_EQ(host.InitMessage(kind.data()), 0);
+    EXPECT_EQ(set("tipo_receptores", "U"), 0);
+    std::string count = "numero_receptores";
+    EXPECT_EQ(host.SetFieldLONG(kind.data(), count.data(), 2), 0);
+    EXPECT_EQ(set("receptor[2]", "U002"), 0);
+    EXPECT_EQ(set("receptor[3]", "U003"), QAPI_ERR_ILLEGAL_FIELD_NAME_SPECIFIED);
+    EXPECT_EQ(host.SendMessage(kind.data()), 0);
+    EXPECT_EQ(peer.expect_chat().chat.receivers, "U002");
+}
+
 TEST_F(HostDraftTest, AReplyIsACopyOfTheReceivedRecordWithWhatWasSet)
 {
     bring_up();
@@ -109,11 +157,22 @@ TEST_F(HostDraftTest, AReplyToARecordThatIsGoneIsNotSent)
     EXPECT_EQ(peer.expect_chat().chat.text, "last"); // and no order ahead of it
 }
 
+TEST_F(HostDraftTest, AReplyToNothingIsNotSent)
+{
+    bring_up();
+    EXPECT_EQ(Draft(Message()).result(), Result::unknown_kind);
+    EXPECT_EQ(Draft(Message(host, "Chat", 1)).send(host), Result::record_not_found);
+}
+
 TEST_F(HostDraftTest, DraftsOfTwoThreadsDoNotMix)
 {
     bring_up();
-    const auto send = [this](int market, const std::string& user) {
-        for (int round = 0; round < 100; ++round) {
+    constexpr int rounds = 600;
+    std::atomic<int> ready = 0;
+    const auto send = [&](int market, const std::string& user) {
+        for (++ready; ready < 2;) {
+        }
+        for (int round = 0; round < rounds; ++round) {
             EXPECT_EQ(Draft("Orden_Transaccion").set("mercado", market).set("usuario_postura", user).send(host),
                       Result::ok);
         }
@@ -121,7 +180,7 @@ TEST_F(HostDraftTest, DraftsOfTwoThreadsDoNotMix)
     std::thread other([&] { send(72, "U072"); });
     send(71, "U071");
     other.join();
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 2 * rounds; ++round) {
         const market::Order seen = peer.expect_order();
         EXPECT_EQ(seen.user, "U0" + std::to_string(seen.market));
     }
@@ -173,6 +232,17 @@ TEST_F(Refusals, ANumberThatItsFieldCannotHold)
     EXPECT_EQ(problem("mercado", Decimal(1234567890123)), "mercado has no room for the number");
     EXPECT_EQ(problem("Orden_Transaccion", "precio", "4,5"), "precio takes numbers alone");
     EXPECT_EQ(problem("Orden_Transaccion", "precio", ""), "precio takes numbers alone");
+}
+
+TEST_F(Refusals, TheNinthDecimalOfAFieldThatHasRoomForIt)
+{
+    const auto total = [](const char* value) {
+        return problem("Precios_Montos_Transados", "precio_x_monto_total_dia", value);
+    };
+    EXPECT_EQ(total("9999999999999999.999999990"), "");
+    EXPECT_EQ(total("0.00000001"), "");
+    EXPECT_EQ(total("0.000000001"), "precio_x_monto_total_dia has fewer decimals than the number");
+    EXPECT_EQ(total("10000000000000000"), "precio_x_monto_total_dia has no room for the number");
 }
 
 TEST_F(Refusals, ACharacterForANumber)

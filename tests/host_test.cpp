@@ -132,6 +132,14 @@ TEST_F(HostTest, AFieldOfAnotherRecordIsReadThroughItsCode)
     EXPECT_EQ(host_errors(), 0);
 }
 
+TEST_F(HostTest, ACodeThatNamesNoRecordLeadsToAnEmptyOne)
+{
+    bring_up();
+    const Message message = numbered_order(1);
+    EXPECT_EQ(message.find<std::string>("usuario_postura.nombre"), "");
+    EXPECT_EQ(message.find<std::string>("usuario_postura.no_such_field"), std::nullopt);
+}
+
 TEST_F(HostTest, FieldsGoAsDeepAsTheyAreAskedTo)
 {
     std::string user(699, '\0');
@@ -422,6 +430,7 @@ TEST_F(HostTest, ADirectReadingWithoutATakenRecordDoesNotSeeAHandlesRecord)
     char amount[] = "numero";
     EXPECT_EQ(host.GetFieldLONG(amount), 0);
     EXPECT_EQ(count("error 14 There is no record previously taken / 0"), 1);
+    EXPECT_EQ(host_errors(), 1);
 }
 
 TEST_F(HostTest, ADirectFinishIsSeenByTheHandle)

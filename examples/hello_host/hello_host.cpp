@@ -8,7 +8,8 @@
 int main(int count, char** arguments)
 {
     if (count != 3) {
-        std::cerr << "usage: hello_host USER PASSWORD\n";
+        std::cerr << "usage: hello_host USER PASSWORD\n"
+                     "Logs in as qapi.cfg in the working directory says, and prints what comes. Ends with its input.\n";
         return 2;
     }
     quentar::Host host;
@@ -19,18 +20,18 @@ int main(int count, char** arguments)
     host.on_message = [](quentar::Message message) {
         std::cout << message.kind() << ' ' << message.number() << '\n';
         for (const quentar::Field& field : message.fields()) {
-            if (!field.value.empty() && field.value.size() <= 40) {
+            if (!field.value.empty() && field.value != "0" && field.value.size() <= 40) { // groups of fields are longer
                 std::cout << "    " << field.name << " = " << field.value << '\n';
             }
         }
-        std::cout.flush();
+        std::cout << std::flush;
         message.finish();
     };
     if (const quentar::Result result = host.login(arguments[1], arguments[2]); result != quentar::Result::ok) {
         std::cerr << quentar::text_of(result) << ". " << quentar::advice_of(result) << '\n';
         return 1;
     }
-    for (std::string line; std::getline(std::cin, line);) {
+    for (std::string line; std::getline(std::cin, line);) { // callbacks come on threads of the library
     }
     return 0;
 }

@@ -15,6 +15,14 @@
 
 namespace quentar {
 
+namespace detail {
+
+template <class Type>
+inline constexpr bool is_whole_number = std::is_integral_v<Type> && !std::is_same_v<Type, bool> &&
+                                        !std::is_same_v<Type, char> && sizeof(Type) <= sizeof(std::uint64_t);
+
+} // namespace detail
+
 /**
  * @brief An exact decimal number: a sign, up to 36 digits, of which up to 18 stand behind the point.
  *
@@ -32,8 +40,7 @@ public:
     Decimal() = default;
 
     /// A whole number.
-    template <class Int, class = std::enable_if_t<std::is_integral_v<Int> && !std::is_same_v<Int, bool> &&
-                                                  !std::is_same_v<Int, char>>>
+    template <class Int, class = std::enable_if_t<detail::is_whole_number<Int>>>
     Decimal(Int value) : Decimal(is_below_zero(value), magnitude_of(value), 0)
     {
     }
@@ -84,25 +91,20 @@ public:
     [[nodiscard]] int decimals() const { return m_decimals; } ///< digits behind the point
 
     /// The same number with so many decimals. @return nothing if that would lose a digit that isn't 0, or if there is
-    /// no
-    ///         room for it
+    ///         no room for it
     [[nodiscard]] std::optional<Decimal> with_decimals(int decimals) const
     {
         if (!m_valid || decimals < 0 || decimals > most_decimals) {
             return std::nullopt;
         }
         Decimal number = *this;
-        for (; number.m_decimals < decimals; ++number.m_decimals) {
-            if (multiply(number.m_limbs, 10, 0) != 0) {
-                return std::nullopt;
-            }
-        }
         for (; number.m_decimals > decimals; --number.m_decimals) {
             if (divide(number.m_limbs, 10) != 0) {
                 return std::nullopt;
             }
         }
-        return number;
+        number = number.scaled(decimals);
+        return number.fits() ? std::optional<Decimal>(number) : std::nullopt;
     }
 
     /// As parse reads it: "-4102.50"; "invalid" if it is.
@@ -162,19 +164,19 @@ public:
             return invalid();
         }
         const int decimals = std::max(left.m_decimals, right.m_decimals);
-        return Decimal(sum(left.signed_at(decimals), right.signed_at(decimals)), decimals);
+        return sum(left.scaled(decimals), right.scaled(decimals)).checked();
     }
     friend Decimal operator-(const Decimal& left, const Decimal& right) { return left + -right; }
     Decimal& operator+=(const Decimal& other) { return *this = *this + other; }
     Decimal& operator-=(const Decimal& other) { return *this = *this - other; }
 
     /// By a whole number: an amount of so many units at this price.
-    template <class Int, class = std::enable_if_t<std::is_integral_v<Int> && !std::is_same_v<Int, bool>>>
+    template <class Int, class = std::enable_if_t<detail::is_whole_number<Int>>>
     friend Decimal operator*(const Decimal& number, Int factor)
     {
         return number.times(is_below_zero(factor), magnitude_of(factor));
     }
-    template <class Int, class = std::enable_if_t<std::is_integral_v<Int> && !std::is_same_v<Int, bool>>>
+    template <class Int, class = std::enable_if_t<detail::is_whole_number<Int>>>
     friend Decimal operator*(Int factor, const Decimal& number)
     {
         return number.times(is_below_zero(factor), magnitude_of(factor));
@@ -188,16 +190,10 @@ public:
     friend bool operator>=(const Decimal& left, const Decimal& right) { return right <= left; }
 
 private:
-    // Nine digits a limb, the lowest first. Intermediate results have twice the room: 36 digits beside 18 decimals.
+    // Nine digits a limb, the lowest first. A number fills the lower half; intermediate results, 36 digits beside 18
+    // decimals or times 20 digits, have room in the upper one.
     static constexpr std::uint32_t limb_base = 1000000000;
-    using Limbs = std::array<std::uint32_t, 4>;
-    using WideLimbs = std::array<std::uint32_t, 8>;
-
-    struct Wide
-    {
-        bool negative = false;
-        WideLimbs limbs{};
-    };
+    using Limbs = std::array<std::uint32_t, 8>;
 
     enum class Order
     {
@@ -214,17 +210,6 @@ private:
             magnitude /= limb_base;
         }
     }
-    Decimal(const Wide& wide, int decimals) : m_decimals(decimals)
-    {
-        std::copy_n(wide.limbs.begin(), m_limbs.size(), m_limbs.begin());
-        m_valid = std::all_of(wide.limbs.begin() + m_limbs.size(), wide.limbs.end(),
-                              [](std::uint32_t limb) { return limb == 0; });
-        if (!m_valid) {
-            *this = invalid();
-        }
-        m_negative = wide.negative && m_valid && !is_zero();
-    }
-
     static Decimal invalid()
     {
         Decimal number;
@@ -251,18 +236,30 @@ private:
     bool append(int digit, bool is_behind_point)
     {
         m_decimals += is_behind_point ? 1 : 0;
-        return m_decimals <= most_decimals && multiply(m_limbs, 10, static_cast<std::uint32_t>(digit)) == 0;
+        multiply(m_limbs, 10, static_cast<std::uint32_t>(digit));
+        return m_decimals <= most_decimals && fits();
     }
 
-    // Return what overflows.
-    template <class AnyLimbs> static std::uint32_t multiply(AnyLimbs& limbs, std::uint32_t factor, std::uint32_t carry)
+    [[nodiscard]] bool fits() const
+    {
+        return std::all_of(m_limbs.begin() + 4, m_limbs.end(), [](std::uint32_t limb) { return limb == 0; });
+    }
+
+    // A result as it is given out.
+    [[nodiscard]] Decimal checked() const
+    {
+        Decimal number = fits() ? *this : invalid();
+        number.m_negative = m_negative && number.m_valid && !is_zero();
+        return number;
+    }
+
+    static void multiply(Limbs& limbs, std::uint32_t factor, std::uint32_t carry)
     {
         for (std::uint32_t& limb : limbs) {
             const std::uint64_t product = std::uint64_t{limb} * factor + carry;
             limb = static_cast<std::uint32_t>(product % limb_base);
             carry = static_cast<std::uint32_t>(product / limb_base);
         }
-        return carry;
     }
 
     // Returns the remainder.
@@ -277,35 +274,36 @@ private:
         return static_cast<std::uint32_t>(rest);
     }
 
-    // With at least as many decimals as it has: fits always.
-    [[nodiscard]] Wide signed_at(int decimals) const
+    // With at least as many decimals as it has, and perhaps more digits than are given out.
+    [[nodiscard]] Decimal scaled(int decimals) const
     {
-        Wide wide;
-        wide.negative = m_negative;
-        std::copy(m_limbs.begin(), m_limbs.end(), wide.limbs.begin());
-        for (int have = m_decimals; have < decimals; ++have) {
-            multiply(wide.limbs, 10, 0);
+        Decimal number = *this;
+        for (; number.m_decimals < decimals; ++number.m_decimals) {
+            multiply(number.m_limbs, 10, 0);
         }
-        return wide;
+        return number;
     }
 
-    static bool is_smaller(const WideLimbs& left, const WideLimbs& right)
+    static bool is_smaller(const Limbs& left, const Limbs& right)
     {
         return std::lexicographical_compare(left.rbegin(), left.rend(), right.rbegin(), right.rend());
     }
 
-    static Wide sum(const Wide& left, const Wide& right)
+    // Of two with as many decimals.
+    static Decimal sum(Decimal left, const Decimal& right)
     {
-        if (left.negative == right.negative) {
-            return {left.negative, added(left.limbs, right.limbs)};
+        if (left.m_negative == right.m_negative) {
+            left.m_limbs = added(left.m_limbs, right.m_limbs);
+        } else if (is_smaller(left.m_limbs, right.m_limbs)) {
+            left.m_limbs = subtracted(right.m_limbs, left.m_limbs);
+            left.m_negative = right.m_negative;
+        } else {
+            left.m_limbs = subtracted(left.m_limbs, right.m_limbs);
         }
-        if (is_smaller(left.limbs, right.limbs)) {
-            return {right.negative, subtracted(right.limbs, left.limbs)};
-        }
-        return {left.negative, subtracted(left.limbs, right.limbs)};
+        return left;
     }
 
-    static WideLimbs added(WideLimbs limbs, const WideLimbs& others)
+    static Limbs added(Limbs limbs, const Limbs& others)
     {
         std::uint32_t carry = 0;
         for (std::size_t at = 0; at < limbs.size(); ++at) {
@@ -317,7 +315,7 @@ private:
     }
 
     // Of the larger one.
-    static WideLimbs subtracted(WideLimbs limbs, const WideLimbs& others)
+    static Limbs subtracted(Limbs limbs, const Limbs& others)
     {
         std::uint32_t borrow = 0;
         for (std::size_t at = 0; at < limbs.size(); ++at) {
@@ -331,19 +329,17 @@ private:
     // The factor's decimal limbs one after the other, the highest first.
     [[nodiscard]] Decimal times(bool negative, std::uint64_t factor) const
     {
-        if (!m_valid) {
-            return invalid();
-        }
-        const Decimal factor_limbs(false, factor, 0);
-        Wide product;
-        product.negative = m_negative != negative;
+        const Limbs factors = Decimal(false, factor, 0).m_limbs;
+        Decimal product = *this;
+        product.m_limbs = {};
+        product.m_negative = m_negative != negative;
         for (std::size_t at = 3; at-- > 0;) {
-            WideLimbs part = signed_at(m_decimals).limbs;
-            multiply(part, factor_limbs.m_limbs[at], 0);
-            multiply(product.limbs, limb_base, 0);
-            product.limbs = added(product.limbs, part);
+            Limbs part = m_limbs;
+            multiply(part, factors[at], 0);
+            multiply(product.m_limbs, limb_base, 0);
+            product.m_limbs = added(product.m_limbs, part);
         }
-        return Decimal(product, m_decimals);
+        return product.checked();
     }
 
     static Order order(const Decimal& left, const Decimal& right)
@@ -352,15 +348,11 @@ private:
             return Order::none;
         }
         const int decimals = std::max(left.m_decimals, right.m_decimals);
-        const Wide a = left.signed_at(decimals);
-        const Wide b = right.signed_at(decimals);
-        if (a.negative != b.negative) {
-            return a.negative ? Order::below : Order::above;
-        }
-        if (a.limbs == b.limbs) {
+        const Decimal difference = sum(left.scaled(decimals), (-right).scaled(decimals));
+        if (difference.is_zero()) {
             return Order::equal;
         }
-        return is_smaller(a.limbs, b.limbs) != a.negative ? Order::below : Order::above;
+        return difference.m_negative ? Order::below : Order::above;
     }
 
     Limbs m_limbs{};

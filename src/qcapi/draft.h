@@ -4,7 +4,6 @@
 #include <qcapi/host.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -42,15 +41,17 @@ public:
     /// A reply: a copy of the record, taken when the draft is sent. Finish the record behind that.
     explicit Draft(const Message& received) : Draft(received.kind())
     {
-        m_original = received.m_record;
         m_is_reply = true;
+        if (received.m_record.taking != nullptr) {
+            const detail::Turn turn(*received.m_record.taking); // another thread may finish it meanwhile
+            m_original = received.m_record;
+        }
     }
 
     /**
      * @brief Sets a field of the message itself from text.
      *
-     * A text is filled up with zeros; a date wants 8 digits that are a day, or none; a number what Decimal::parse
-     * reads.
+     * A text is filled up with zeros; a number is what Decimal::parse reads.
      * @param field any case; "receptor[2]" is an element. Elements that are not set are empty, in a reply too
      */
     Draft& set(std::string_view field, std::string_view text)
@@ -59,17 +60,12 @@ public:
         if (!known) {
             return *this;
         }
-        if (known->type == 6) {
+        if (is_text(*known)) {
             return set_text(field, *known, text);
-        }
-        if (known->type == 8) {
-            return set_date(field, *known, text);
         }
         const std::optional<Decimal> number = Decimal::parse(text);
         return number ? set_number(field, *known, *number) : fail(field, "takes numbers alone");
     }
-    Draft& set(std::string_view field, const std::string& text) { return set(field, std::string_view(text)); }
-    Draft& set(std::string_view field, const char* text) { return set(field, std::string_view(text)); }
 
     /// From one character; texts alone.
     Draft& set(std::string_view field, char letter)
@@ -78,31 +74,29 @@ public:
         if (!known) {
             return *this;
         }
-        return known->type == 6 ? set_text(field, *known, {&letter, 1}) : fail(field, "is no text");
+        return is_text(*known) ? set_text(field, *known, {&letter, 1}) : fail(field, "is no text");
     }
 
-    /// From a number, which is written as the field has it: binary, in digits, with the field's decimals; in a text and
-    /// a date as its characters. One that would lose a digit, a sign or its size is refused.
+    /// From a number, which is written as the field has it: binary, in digits, with the field's decimals; in a text as
+    /// its characters. One that would lose a digit, a sign or its size is refused.
     Draft& set(std::string_view field, const Decimal& number)
     {
         const std::optional<QapiField> known = describe(field);
         if (!known) {
             return *this;
         }
-        if (known->type == 6 || known->type == 8) {
-            return number.is_valid() ? set(field, number.to_string()) : fail(field, "takes no invalid number");
+        if (is_text(*known)) {
+            return number.is_valid() ? set_text(field, *known, number.to_string())
+                                     : fail(field, "takes no invalid number");
         }
         return set_number(field, *known, number);
     }
-    template <class Int, class = std::enable_if_t<std::is_integral_v<Int> && !std::is_same_v<Int, bool> &&
-                                                  !std::is_same_v<Int, char>>>
-    Draft& set(std::string_view field, Int number)
+    /// From an integer; Decimal has no way in for bool and binary floating point.
+    template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+    Draft& set(std::string_view field, Number number)
     {
         return set(field, Decimal(number));
     }
-    Draft& set(std::string_view field, bool) = delete;
-    Draft& set(std::string_view field, float) = delete;
-    Draft& set(std::string_view field, double) = delete;
 
     /// Adds an addressee: two characters of identifier ("PU" for a machine), and a name. For orders; other messages
     /// have receivers among their fields, and drop it. 150 bytes for all of them, one counted behind each.
@@ -209,37 +203,58 @@ private:
         return std::nullopt;
     }
 
-    Draft& set_bytes(std::string_view field, const QapiField& known, std::string bytes)
+    // The latest setting of a field goes last: fields may share bytes.
+    Draft& keep(Setting setting)
     {
-        bytes.resize(static_cast<std::size_t>(known.length));
-        QapiField whole{};
-        std::string name(field.substr(0, field.find('[')));
-        std::transform(name.begin(), name.end(), name.begin(), [](char letter) {
-            return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-        });
-        if (name.size() < field.size() && CQcApi::DescribeField(m_kind.c_str(), name.c_str(), &whole) == 0 &&
-            whole.elements > 1) {
-            return set_element(name, whole, field, bytes);
-        }
-        m_settings.push_back({std::string(field), Form::bytes, std::move(bytes), 0});
+        take_setting(setting.field);
+        m_settings.push_back(std::move(setting));
         return *this;
     }
 
-    // SetFieldBSTR writes whole fields alone: elements are collected in one setting of theirs.
-    Draft& set_element(const std::string& name, const QapiField& whole, std::string_view field,
-                       const std::string& bytes)
+    // Removes what was set, and returns its bytes.
+    std::string take_setting(const std::string& field)
     {
-        auto setting = std::find_if(m_settings.begin(), m_settings.end(),
-                                    [&name](const Setting& each) { return each.field == name; });
-        if (setting == m_settings.end()) {
-            const std::string empty(static_cast<std::size_t>(whole.length), '\0');
-            setting = m_settings.insert(setting, {name, Form::bytes, empty, 0});
+        std::string bytes;
+        const auto found = std::find_if(m_settings.begin(), m_settings.end(),
+                                        [&field](const Setting& each) { return each.field == field; });
+        if (found != m_settings.end()) {
+            bytes = std::move(found->bytes);
+            m_settings.erase(found);
+        }
+        return bytes;
+    }
+
+    // SetFieldBSTR writes whole fields alone, from their beginning: an element is set in the bytes of its field.
+    Draft& set_bytes(std::string_view field, const QapiField& known, std::string bytes)
+    {
+        bytes.resize(static_cast<std::size_t>(known.length));
+        std::string name = lowered(field);
+        const std::size_t bracket = name.rfind('[');
+        QapiField whole{};
+        if (bracket == std::string::npos ||
+            CQcApi::DescribeField(m_kind.c_str(), name.substr(0, bracket).c_str(), &whole) != 0 ||
+            whole.elements == 1) {
+            return keep({std::move(name), Form::bytes, std::move(bytes), 0});
         }
         std::size_t number = 1; // DescribeField has seen that it is one
-        std::from_chars(field.data() + name.size() + 1, field.data() + field.size(), number);
-        setting->bytes.replace((number - 1) * bytes.size(), bytes.size(), bytes);
-        return *this;
+        std::from_chars(name.data() + bracket + 1, name.data() + name.size(), number);
+        name.resize(bracket);
+        std::string all = take_setting(name);
+        all.resize(static_cast<std::size_t>(whole.length));
+        all.replace((number - 1) * bytes.size(), bytes.size(), bytes);
+        return keep({std::move(name), Form::bytes, std::move(all), 0});
     }
+
+    static std::string lowered(std::string_view name)
+    {
+        std::string text(name);
+        std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+            return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+        });
+        return text;
+    }
+
+    static bool is_text(const QapiField& field) { return field.type == 6 || field.type == 8; }
 
     Draft& set_text(std::string_view field, const QapiField& known, std::string_view text)
     {
@@ -247,36 +262,6 @@ private:
             return fail(field, "is shorter than the text");
         }
         return set_bytes(field, known, std::string(text));
-    }
-
-    Draft& set_date(std::string_view field, const QapiField& known, std::string_view text)
-    {
-        const bool fits = text.size() <= static_cast<std::size_t>(known.length);
-        return fits && (text.empty() || is_day(text)) ? set_bytes(field, known, std::string(text))
-                                                      : fail(field, "takes a day YYYYMMDD");
-    }
-
-    static bool is_day(std::string_view text)
-    {
-        const bool digits = std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-        if (text.size() != 8 || !digits) {
-            return false;
-        }
-        const auto number = [text](std::size_t from, std::size_t count) {
-            int value = 0;
-            std::from_chars(text.data() + from, text.data() + from + count, value);
-            return value;
-        };
-        const int month = number(4, 2);
-        const int day = number(6, 2);
-        return month >= 1 && month <= 12 && day >= 1 && day <= days_of(number(0, 4), month);
-    }
-
-    static int days_of(int year, int month)
-    {
-        constexpr std::array<int, 12> days{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-        return month == 2 && leap ? 29 : days[static_cast<std::size_t>(month) - 1];
     }
 
     Draft& set_number(std::string_view field, const QapiField& known, const Decimal& number)
@@ -302,14 +287,14 @@ private:
             return fail(field, "has no room for the number");
         }
         const Form form = std::is_signed_v<Int> ? Form::signed_number : Form::unsigned_number;
-        m_settings.push_back({std::string(field), form, {}, std::int64_t{*value}});
-        return *this;
+        return keep({lowered(field), form, {}, std::int64_t{*value}});
     }
 
     Draft& set_digits(std::string_view field, const QapiField& known, const Decimal& number)
     {
+        constexpr int kept_decimals = 8; // the library cuts the ninth that two fields have room for
         const std::optional<Decimal> exact = number.with_decimals(known.decimals);
-        if (!exact) {
+        if (!exact || !exact->with_decimals(std::min(known.decimals, kept_decimals))) {
             return fail(field, "has fewer decimals than the number");
         }
         if (known.type == 4 && exact->is_negative()) {

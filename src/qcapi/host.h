@@ -19,7 +19,6 @@
 #include <qcapi/qcapi.h>
 #include <qcapi/result.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -42,10 +41,10 @@ class Message;
 
 namespace detail {
 
-constexpr std::uint64_t nobody = 0;
-constexpr std::uint64_t the_host = 1; // whoever calls TakeMessage itself
-constexpr std::size_t field_room = 4096;
-constexpr std::size_t path_room = 1024;
+inline constexpr std::uint64_t nobody = 0;
+inline constexpr std::uint64_t the_host = 1; // whoever calls TakeMessage itself
+inline constexpr std::size_t field_room = 4096;
+inline constexpr std::size_t path_room = 1024;
 
 // Whose record is the taken one of the process. Shared by the host and all its handles, which may outlive it.
 //
@@ -58,7 +57,6 @@ struct Taking
     std::uint64_t connection = 1; // counts: records of an older one are gone
     std::uint64_t current = nobody;
     std::uint64_t last_handle = the_host;
-    bool ending = false;   // a Logout has begun: records may go without a word
     std::string host_kind; // what the host's own TakeMessage named last
     unsigned int host_number = 0;
 };
@@ -94,23 +92,20 @@ public:
                !CQcApi::atexitqapi;
     }
 
-    // Makes the record the taken one. While a session ends, it is looked for each time.
+    // Makes the record the taken one. Where a session ends, records are removed ahead of the word of it; but no other
+    // takes their place until then, and what is read is the record's.
     bool take(const Record& record)
     {
         if (!is_there(record)) {
             return false;
         }
-        if (m_taking.current == record.handle && !m_taking.ending) {
-            return true;
+        if (m_taking.current != record.handle) {
+            std::string kind = record.kind;
+            const bool found = m_taking.api->TakeMessage(kind.data(), record.number) == 0;
+            m_taking.current = found ? record.handle : nobody;
         }
-        std::string kind = record.kind;
-        const bool found = m_taking.api->TakeMessage(kind.data(), record.number) == 0;
-        m_taking.current = found ? record.handle : nobody;
-        return found;
+        return m_taking.current == record.handle;
     }
-
-    // What was read is the record's if it is still there: numbers are not given twice on a connection.
-    bool was_there(const Record& record) { return !m_taking.ending || take(record); }
 
     std::optional<Raw> read(const Record& record, std::string path)
     {
@@ -123,7 +118,7 @@ public:
         if (type >= 4 && type != 7) {
             size = m_taking.api->GetFieldBSTR(path.data(), data.data());
         }
-        if (type == 0 || !was_there(record)) {
+        if (type == 0) {
             return std::nullopt;
         }
         return Raw{type, std::string(data.data(), static_cast<std::size_t>(size))};
@@ -133,7 +128,7 @@ public:
     bool next(const Record& record, std::array<char, path_room>& path)
     {
         std::array<char, field_room> data;
-        return take(record) && m_taking.api->GetNextField(path.data(), data.data()) != 0 && was_there(record);
+        return take(record) && m_taking.api->GetNextField(path.data(), data.data()) != 0;
     }
 
     // 0, or the code of a failure.
@@ -152,11 +147,7 @@ public:
     int copy_for_reply(const Record& record)
     {
         char none[] = "";
-        if (!take(record)) {
-            return QAPI_ERR_RECORD_NOT_FOUND;
-        }
-        const int code = m_taking.api->InitMessage(none);
-        return was_there(record) ? code : QAPI_ERR_RECORD_NOT_FOUND;
+        return take(record) ? m_taking.api->InitMessage(none) : QAPI_ERR_RECORD_NOT_FOUND;
     }
 
     // For the host's own calls: the record that it took itself is the taken one again, or none.
@@ -176,32 +167,21 @@ private:
     std::lock_guard<std::mutex> m_lock;
 };
 
-inline bool is_padding(char letter)
-{
-    return letter == ' ' || letter == '\0';
-}
+inline constexpr std::string_view padding{" \0", 2};
 
-inline void trim_end(std::string& text)
+inline std::string without_padding(std::string text)
 {
-    while (!text.empty() && is_padding(text.back())) {
-        text.pop_back();
-    }
-}
-
-inline void trim_front(std::string& text)
-{
-    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), is_padding));
+    text.resize(text.find_last_not_of(padding) + 1);
+    return text;
 }
 
 // The characters of a number: the field has blanks between the sign and the digits too.
 inline std::string number_text(std::string text)
 {
-    trim_end(text);
-    trim_front(text);
+    text = without_padding(std::move(text));
+    text.erase(0, text.find_first_not_of(padding));
     if (!text.empty() && text.front() == '-') {
-        text.erase(text.begin());
-        trim_front(text);
-        text.insert(text.begin(), '-');
+        text.erase(1, text.find_first_not_of(padding, 1) - 1);
     }
     return text;
 }
@@ -217,14 +197,9 @@ inline std::int64_t binary_number(const Raw& raw)
     for (std::size_t at = raw.bytes.size(); at-- > 0;) {
         value = value << 8U | static_cast<unsigned char>(raw.bytes[at]);
     }
-    switch (raw.type) {
-    case 1:
-        return static_cast<std::int16_t>(value);
-    case 7:
-        return static_cast<std::int32_t>(value);
-    default:
-        return value;
-    }
+    const bool is_signed = raw.type == 1 || raw.type == 7;
+    const std::int64_t range = std::int64_t{1} << 8 * raw.bytes.size();
+    return value - (is_signed && value >= range / 2 ? range : 0);
 }
 
 inline std::string text_in(const Raw& raw)
@@ -232,12 +207,7 @@ inline std::string text_in(const Raw& raw)
     if (is_binary(raw.type)) {
         return std::to_string(binary_number(raw));
     }
-    if (raw.type == 4 || raw.type == 5) {
-        return number_text(raw.bytes);
-    }
-    std::string text = raw.bytes;
-    trim_end(text);
-    return text;
+    return raw.type == 4 || raw.type == 5 ? number_text(raw.bytes) : without_padding(raw.bytes);
 }
 
 inline std::optional<Decimal> number_in(const Raw& raw)
@@ -320,7 +290,8 @@ public:
         return read<Value>(path, false).value_or(Value{});
     }
 
-    /// The same, nothing on failure. A field or a record that isn't there is not reported.
+    /// The same, nothing on failure. A code that names no record leads to an empty one, not to nothing. A field or a
+    /// record that isn't there is not reported.
     template <class Value> [[nodiscard]] std::optional<Value> find(std::string_view path) const
     {
         return read<Value>(path, true);
@@ -340,14 +311,13 @@ public:
         while (m_record.taking != nullptr) {
             detail::Turn turn(*m_record.taking);
             const bool more = turn.next(m_record, path);
-            const std::optional<detail::Raw> raw =
-                more && !is_deeper(path, depth) ? turn.read(m_record, path.data()) : std::nullopt;
+            std::optional<detail::Raw> raw;
+            if (more && !is_deeper(path, depth) && (raw = turn.read(m_record, path.data()))) {
+                all.push_back({path.data(), detail::text_in(*raw), raw->type});
+            }
             turn.drop_reports();
             if (!more) {
                 break;
-            }
-            if (raw) {
-                all.push_back({path.data(), detail::text_in(*raw), raw->type});
             }
         }
         return all;
@@ -483,37 +453,19 @@ public:
         m_taking->current = detail::nobody; // perhaps that record was
         return CQcApi::FinishMessageProcess(message_type, message_num);
     }
-    int GetField(char* field_name, char* data_copy) { return call_own(&CQcApi::GetField, field_name, data_copy); }
-    int GetNextField(char* field_name, char* data_copy)
+    int GetField(char* path, char* copy) { return call_own(&CQcApi::GetField, path, copy); }
+    int GetNextField(char* path, char* copy) { return call_own(&CQcApi::GetNextField, path, copy); }
+    int GetFieldBSTR(char* path, char* copy) { return call_own(&CQcApi::GetFieldBSTR, path, copy); }
+    int GetFieldDATE(char* path, char* copy) { return call_own(&CQcApi::GetFieldDATE, path, copy); }
+    long GetFieldLONG(char* path) { return call_own(&CQcApi::GetFieldLONG, path); }
+    int IsDefined(char* path) { return call_own(&CQcApi::IsDefined, path); }
+    int InitMessage(char* kind) { return call_own(&CQcApi::InitMessage, kind); }
+    int SetFieldBSTR(char* kind, char* path, char* text) { return call_own(&CQcApi::SetFieldBSTR, kind, path, text); }
+    int SetFieldDATE(char* kind, char* path, char* day) { return call_own(&CQcApi::SetFieldDATE, kind, path, day); }
+    int SetFieldLONG(char* kind, char* path, long value) { return call_own(&CQcApi::SetFieldLONG, kind, path, value); }
+    int SetFieldUINT(char* kind, char* path, unsigned int value)
     {
-        return call_own(&CQcApi::GetNextField, field_name, data_copy);
-    }
-    int GetFieldBSTR(char* field_name, char* data_copy)
-    {
-        return call_own(&CQcApi::GetFieldBSTR, field_name, data_copy);
-    }
-    int GetFieldDATE(char* field_name, char* date_copy)
-    {
-        return call_own(&CQcApi::GetFieldDATE, field_name, date_copy);
-    }
-    long GetFieldLONG(char* field_name) { return call_own(&CQcApi::GetFieldLONG, field_name); }
-    int IsDefined(char* field_name) { return call_own(&CQcApi::IsDefined, field_name); }
-    int InitMessage(char* message_type) { return call_own(&CQcApi::InitMessage, message_type); }
-    int SetFieldBSTR(char* message_type, char* field_name, char* new_value)
-    {
-        return call_own(&CQcApi::SetFieldBSTR, message_type, field_name, new_value);
-    }
-    int SetFieldDATE(char* message_type, char* field_name, char* new_value)
-    {
-        return call_own(&CQcApi::SetFieldDATE, message_type, field_name, new_value);
-    }
-    int SetFieldLONG(char* message_type, char* field_name, long new_value)
-    {
-        return call_own(&CQcApi::SetFieldLONG, message_type, field_name, new_value);
-    }
-    int SetFieldUINT(char* message_type, char* field_name, unsigned int new_value)
-    {
-        return call_own(&CQcApi::SetFieldUINT, message_type, field_name, new_value);
+        return call_own(&CQcApi::SetFieldUINT, kind, path, value);
     }
     /// Not under the lock: it may sleep.
     int SendMessage(char* message_type)
@@ -525,16 +477,6 @@ public:
             kind = m_taking->host_kind;
         }
         return CQcApi::SendMessage(kind.data());
-    }
-    int Logout()
-    {
-        session_ends();
-        return CQcApi::Logout();
-    }
-    int LogoutForce()
-    {
-        session_ends();
-        return CQcApi::LogoutForce();
     }
 
 private:
@@ -549,22 +491,14 @@ private:
         return (this->*operation)(arguments...);
     }
 
-    // From here on records may be removed without a callback.
-    void session_ends()
-    {
-        const detail::Turn turn(*m_taking);
-        m_taking->ending = true;
-    }
-
     // Status 20 comes before the records are removed, so that no handle reads while they are.
-    void connection_changes(bool opens)
+    void connection_changes()
     {
         const detail::Turn turn(*m_taking);
         ++m_taking->connection;
         m_taking->current = detail::nobody;
         m_taking->host_kind.clear();
         m_taking->host_number = 0;
-        m_taking->ending = m_taking->ending && !opens;
     }
 
     void OnMessageReceived(char* message_type, unsigned int message_num) final
@@ -597,7 +531,7 @@ private:
     {
         if (status_code == QAPI_STATUS_CONNECTED || status_code == QAPI_STATUS_DISCONNECTED ||
             status_code == QAPI_STATUS_SHUTTING_DOWN) {
-            connection_changes(status_code == QAPI_STATUS_CONNECTED);
+            connection_changes();
         }
         if (on_status) {
             on_status(status_code, status_text);

@@ -260,7 +260,9 @@ public:
     /**
      * @brief Sets a field from text: as many bytes as the field is long are read from new_value, whatever its
      *        terminator says.
-     * @param field_name path of the field, any case; a field of another record, to which a path leads, can't be set
+     * @param field_name path of the field, any case; a field of another record, to which a path leads, can't be set.
+     *                   Elements can't either: "receptor[2]", once the message has two receivers, writes the first one;
+     *                   set the whole field
      * @param new_value  null empties the field
      * @return 0, 4, 15, or 16 for a field that the message does not have (also reported)
      */

@@ -94,6 +94,21 @@ TEST_F(MarketFaults, FloodsAClientWithOrders)
     EXPECT_EQ(TakeChat(maria.expect(575)).chat.text, "behind the flood");
 }
 
+TEST(MarketFloods, AreFollowedByTheLogThatWasAskedForMeanwhile)
+{
+    MarketThread market;
+    for (int i = 0; i < 800; ++i) { // more than waits for a client at a time
+        market.command("chat pedro maria " + std::to_string(i));
+    }
+    MarketClient maria(market.port(), "L001", "U001");
+    maria.log_in("maria");
+    maria.expect_range();
+    market.command("flood L001 71 5000"); // more than the connection takes at once
+    const std::vector<std::string> log = maria.first_log();
+    ASSERT_EQ(log.size(), 800U);
+    EXPECT_EQ(TakeChat(log.back()).chat.text, "799");
+}
+
 TEST(MarketFaultsCompressed, FloodsInEveryMode)
 {
     for (const char* mode : {"encrypt", "plain", "compress", "both"}) {

@@ -113,6 +113,9 @@ TEST_F(MarketLogin, ScenarioRefusesWithItsLetter)
     MarketThread strict(scenario);
     MarketClient maria(strict.port(), "L001", "U001");
     EXPECT_EQ(maria.log_in("maria").letter, 'L');
+    strict.command("admit maria");
+    MarketClient again(strict.port(), "L001", "U001");
+    EXPECT_EQ(again.log_in("maria").letter, 'S');
 }
 
 // ---- Life of a connection

@@ -2,6 +2,7 @@
 #include "market/support/manual_clock.h"
 #include "market/support/market_client.h"
 #include "market/support/market_thread.h"
+#include "records/orders.h"
 #include "support/scratch_directory.h"
 
 #include <gtest/gtest.h>
@@ -116,6 +117,57 @@ TEST_F(MarketRestart, SaysNothingTwiceWhenItBringsOrdersBack)
     EXPECT_EQ(maria.first_log().size(), 1U);
 }
 
+TEST_F(MarketRestart, GivesOrdersThatItBroughtBackTheirBranch)
+{
+    MarketClient maria(market.port(), "L001", "U001");
+    maria.bring_up("maria");
+    maria.place(71, 'D', "4012.2500", "100", "000001");
+    maria.expect(111);
+    const std::string before = maria.subscribe(71).at(0).body;
+    market.command("restart");
+    MarketClient again(market.port(), "L001", "U001");
+    again.bring_up("maria");
+    EXPECT_EQ(again.subscribe(71).at(0).body, before);
+}
+
+TEST_F(MarketRestart, BringsAReplacedOrderBackOnceAndNoRequest)
+{
+    MarketClient maria(market.port(), "L001", "U001");
+    maria.bring_up("maria");
+    maria.place(71, 'D', "4012.2500", "100", "000001");
+    maria.place(71, 'D', "4010.0000", "70", "000001", 2);
+    maria.place(71, 'D', "4009.0000", "70", "000002", 8);
+    maria.place(71, 'D', "4008.0000", "10", "000003");
+    for (int i = 0; i < 4; ++i) {
+        maria.expect(111);
+    }
+    market.command("restart");
+    EXPECT_EQ(market.command("book 71"), "bid          4010.0000              70  U001000001\n"
+                                         "bid          4008.0000              10  U001000003\n2 orders");
+}
+
+TEST_F(MarketRestart, NumbersTradesOn)
+{
+    const auto code_of_trade = [this](const std::string& code) {
+        MarketClient maria(market.port(), "L001", "U001");
+        maria.bring_up("maria");
+        market.command("order maria 71 bid 4000 5 " + code);
+        market.command("order pedro 71 offer 4000 5 " + code);
+        const std::string trade = maria.expect(112);
+        maria.close();
+        market.wait_until([](qm::Market& its) { return its.Do("clients") == "0 clients"; });
+        CMsgTransMon record;
+        record.Update_Message_Info(std::span(trade.data(), trade.size()));
+        return std::string(record[MCOD_TRANSACCION].Get_Ptr(), 6);
+    };
+    EXPECT_EQ(code_of_trade("A"), "000001");
+    EXPECT_EQ(code_of_trade("B"), "000002");
+    market.command("restart");
+    EXPECT_EQ(code_of_trade("C"), "000003");
+    market.command("restart empty");
+    EXPECT_EQ(code_of_trade("D"), "000001");
+}
+
 TEST_F(MarketRestart, SurvivesInMemoryToo)
 {
     MarketThread in_memory;
@@ -178,6 +230,20 @@ TEST_F(MarketLog, CountsEachDayForItself)
     EXPECT_EQ(log_of_maria({{'A', second_day, 0}}), std::vector<std::string>{"three"});
     EXPECT_EQ(log_of_maria({{'A', second_day, 1}}), std::vector<std::string>{});
     EXPECT_EQ(log_of_maria({{'A', {}, 0}}), std::vector<std::string>{"three"});
+}
+
+TEST_F(MarketLog, OpenOrdersOutlastMidnightAndARestart)
+{
+    set_day(10);
+    market.command("order maria 71 bid 4012.25 100 A");
+    market.command("order pedro 71 offer 4013 10 B");
+    set_day(11);
+    market.command("order pedro 71 offer 4012.25 40 C"); // trades
+    market.command("withdraw pedro 71 B");
+    const std::string book = market.command("book 71");
+    EXPECT_EQ(book, "bid          4012.2500              60  U001A\n1 order");
+    market.command("restart");
+    EXPECT_EQ(market.command("book 71"), book);
 }
 
 TEST_F(MarketLog, HasWhatCameBetweenTheRoundsInTheSecond)

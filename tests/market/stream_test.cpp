@@ -225,6 +225,21 @@ TEST_F(StreamTest, SendNowTakesNothingWhileSomethingIsQueued)
     EXPECT_EQ(Taken(6), "behind");
 }
 
+TEST_F(StreamTest, SendNowThatTookNothingIsToldWhenItMayGoOn)
+{
+    Connect();
+    stream->Stall(true);
+    EXPECT_EQ(stream->Send_Now("too early"), 0U);
+    stream->Send("queued");
+    EXPECT_EQ(stream->Send_Now("still"), 0U);
+    stream->Stall(false);
+    Run_Until([this] { return drained > 0; });
+    EXPECT_EQ(stream->Send_Now(" and now"), 8U);
+    EXPECT_EQ(Taken(14), "queued and now");
+    Run_Some();
+    EXPECT_EQ(drained, 1);
+}
+
 TEST_F(StreamTest, RestOfAShortSendNowMayBeQueued)
 {
     Connect(small);

@@ -20,6 +20,7 @@ namespace qm {
 namespace {
 
 constexpr std::uint64_t most_flood = 1'000'000'000;
+constexpr std::size_t code_width = 6; // of an order
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -179,7 +180,7 @@ std::string Commands::Show_Clients(const Words& /*words*/)
                       static_cast<unsigned long long>(id), client->party().machine.c_str(),
                       client->party().user.c_str(), client->party().branch.c_str(), client->state().c_str(),
                       static_cast<unsigned long long>(client->messages_in()),
-                      static_cast<unsigned long long>(client->messages_out()), client->stream().queued(),
+                      static_cast<unsigned long long>(client->messages_out()), client->waiting(),
                       client->peer().c_str());
         text += line.data();
     }
@@ -216,7 +217,6 @@ std::string Commands::Place_Order(const Words& words)
     if (!sender || !market || !side || !price || !amount) {
         return error("usage: order USER MARKET bid|offer PRICE AMOUNT [CODE]");
     }
-    constexpr std::size_t code_width = 6;
     const std::string code = words.size() > 5 ? words[5] : m_market.clock().hour();
     if (code.size() > code_width) {
         return error("a code has at most six characters");
@@ -230,7 +230,7 @@ std::string Commands::Withdraw_Order(const Words& words)
 {
     const auto sender = m_market.Party_Of_User(words[0]);
     const auto market = number_in<int>(words[1]);
-    if (!sender || !market) {
+    if (!sender || !market || words[2].size() > code_width) {
         return error("usage: withdraw USER MARKET CODE");
     }
     const std::string order =
@@ -301,8 +301,8 @@ std::string Commands::Stall(const Words& words)
         return error("not a number of seconds: " + words[1]);
     }
     if (*seconds > 0) {
-        m_market.m_loop.After(std::chrono::seconds(*seconds),
-                              [market = &m_market, name = words[0]] { market->Do("resume " + name); });
+        m_market.m_events.push_back(m_market.m_loop.After(
+            std::chrono::seconds(*seconds), [market = &m_market, name = words[0]] { market->Do("resume " + name); }));
     }
     return m_market.For_Each(words[0], [](Client& client) { client.stream().Stall(true); });
 }
@@ -334,8 +334,11 @@ std::string Commands::Duplicate(const Words& words)
 
 std::string Commands::Refuse(const Words& words)
 {
-    if (words[1].size() != 1) {
-        return error("a refusal is one letter");
+    if (!m_market.Has_User_Name(words[0])) {
+        return error("no user name " + words[0]);
+    }
+    if (words[1].size() != 1 || words[1] == "S" || words[1] == "s") {
+        return error("a refusal is one letter, but for S");
     }
     m_market.m_overruled[words[0]] = words[1][0];
     return "logins of " + words[0] + " are refused with " + words[1];
@@ -343,6 +346,9 @@ std::string Commands::Refuse(const Words& words)
 
 std::string Commands::Admit(const Words& words)
 {
+    if (!m_market.Has_User_Name(words[0])) {
+        return error("no user name " + words[0]);
+    }
     m_market.m_overruled[words[0]] = 'S';
     return "logins of " + words[0] + " are judged by name and password";
 }

@@ -1,5 +1,7 @@
 #include "feeds.h"
 
+#include "exchange/order_form.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -15,8 +17,10 @@ constexpr int replaced = 2;
 
 std::string code_of_slot(int market, std::size_t slot)
 {
+    constexpr std::size_t letters = 26;
     std::array<char, 8> code{};
-    std::snprintf(code.data(), code.size(), "F%03d%c", std::abs(market) % 1000, static_cast<int>('A' + slot % 26));
+    std::snprintf(code.data(), code.size(), "F%03d%c%c", std::abs(market) % 1000,
+                  static_cast<int>('A' + slot / letters % letters), static_cast<int>('A' + slot % letters));
     return code.data();
 }
 
@@ -70,7 +74,8 @@ void Feeds::Quote(Running& feed)
     const std::int64_t step = feed.feed.step;
     if (feed.next_slot == 0) {
         feed.price += step * (static_cast<int>(feed.walk() % 3) - 1) / 2;
-        feed.price = std::max(feed.price, step * (feed.feed.levels + 1));
+        const std::int64_t room = step * (feed.feed.levels + 1);
+        feed.price = std::max(std::min(feed.price, PRICE_LIMIT * PRICE_UNITS - room), room);
     }
     const auto levels = static_cast<std::size_t>(feed.feed.levels);
     const std::size_t slot = feed.next_slot;

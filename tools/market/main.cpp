@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 #include <system_error>
@@ -87,18 +88,25 @@ private:
         const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
         if (count <= 0) {
             m_loop.Forget(STDIN_FILENO);
+            Do_Lines("\n"); // the last line may have no end
             if (isatty(STDIN_FILENO) != 0) {
                 m_loop.Stop();
             }
             return false;
         }
-        m_held.append(buffer.data(), static_cast<std::size_t>(count));
-        for (std::size_t end = m_held.find('\n'); end != std::string::npos; end = m_held.find('\n')) {
+        Do_Lines({buffer.data(), static_cast<std::size_t>(count)});
+        return !m_market.is_over();
+    }
+
+    void Do_Lines(std::string_view bytes)
+    {
+        m_held += bytes;
+        for (std::size_t end = m_held.find('\n'); end != std::string::npos && !m_market.is_over();
+             end = m_held.find('\n')) {
             const std::string line = m_held.substr(0, end);
             m_held.erase(0, end + 1);
             say(m_market.Do(line));
         }
-        return true;
     }
 
     qm::EventLoop& m_loop;
@@ -137,6 +145,7 @@ int run(Arguments& arguments)
     if (!arguments.quiet) {
         arguments.market.tell = say;
     }
+    std::signal(SIGPIPE, SIG_IGN); // whoever read the port need not read on
     const qm::Clock clock;
     qm::EventLoop loop(clock);
     qm::Journal journal = arguments.journal.empty() ? qm::Journal(clock)

@@ -26,6 +26,14 @@ constexpr std::uint16_t of_data_servers = 5;
 constexpr const char* feed_machine = "FEED";
 const Party the_market{.machine = "MRKT", .user = {}, .branch = {}};
 
+// A client's text on one line, and nothing that a terminal obeys.
+std::string on_one_line(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, '?');
+    return text;
+}
+
 bool is_for_feeds_alone(const Audience& audience)
 {
     static const Audience feeds{.machines = {feed_machine}};
@@ -105,6 +113,9 @@ void Market::Restart(bool with_store)
     m_journal.Event(0, "restart", with_store ? "with its store" : "empty");
     m_listener.reset();
     m_feeds.reset();
+    for (const auto& [id, client] : m_clients) {
+        m_journal.Event(id, "closed", "restart");
+    }
     m_clients.clear();
     std::unique_ptr<MessageStore> kept = std::move(m_store);
     if (!with_store) {
@@ -146,14 +157,20 @@ void Market::Fill_Tables()
 // Their rows and places in the books, but not a word of them to anybody: it has been said.
 void Market::Bring_Back_Orders()
 {
+    m_exchange->Count_Trades_From(Last_Trade_Number(*m_store));
     m_is_silent = true;
-    const std::vector<OrderLeftOpen> orders = Orders_Left_Open(*m_store, clock().date());
+    const std::vector<OrderLeftOpen> orders = Orders_Left_Open(*m_store);
     for (const OrderLeftOpen& order : orders) {
         m_exchange->Take(order.message, order.sender, {});
     }
     m_is_silent = false;
     if (!orders.empty()) {
-        Tell(std::to_string(orders.size()) + " open orders brought back");
+        // Behind the port, which a script takes from the first line.
+        m_loop.Post([tell = m_options.tell, count = orders.size()] {
+            if (tell) {
+                tell(std::to_string(count) + (count == 1 ? " open order" : " open orders") + " brought back");
+            }
+        });
     }
 }
 
@@ -171,20 +188,32 @@ void Market::On_Login(Client& client, std::string_view message)
     const LoginRequest request = Take_Login(message);
     const auto is_in_use = [&](const std::string& machine) {
         return std::any_of(m_clients.begin(), m_clients.end(), [&](const auto& other) {
-            return other.second->is_logged_in() && other.second->party().machine == machine;
+            return other.second->is_logged_in() && !other.second->stream().is_stalled() &&
+                   other.second->party().machine == machine;
         });
     };
     const Judgement judgement = Judge_Login(request, m_scenario, m_overruled, is_in_use);
     if (judgement.letter != 'S') {
-        Tell("login of " + request.user_name + " from machine " + request.machine + " refused with " +
-             judgement.letter);
+        Tell(on_one_line("login of " + request.user_name + " from machine " + request.machine + " refused with " +
+                         judgement.letter));
         client.Refuse(judgement.letter, judgement.party);
         return;
     }
     Tell("login of " + request.user_name + " from machine " + request.machine);
+    Close_Stalled(request.machine);
     client.Accept(judgement.party);
     const auto low = static_cast<std::uint32_t>(client.id() % 10'000) * idx_of_a_client;
     client.Send_Message(Range_Message(low, low + idx_of_a_client - 1, m_scenario.environment));
+}
+
+// A host takes a connection that stalls for lost some time, and comes back.
+void Market::Close_Stalled(const std::string& machine)
+{
+    for (const auto& [id, client] : m_clients) {
+        if (client->is_logged_in() && client->party().machine == machine) {
+            client->Close("stalled, and its machine logs in anew");
+        }
+    }
 }
 
 void Market::On_Order(Client& client, std::string_view message, const Audience& audience)
@@ -198,9 +227,11 @@ void Market::On_Order(Client& client, std::string_view message, const Audience& 
     }
     m_journal.Event(client.id(), "refused", refusal);
     Tell("order of " + sender.user + " refused: " + refusal);
-    Send_Chat(the_market,
-              Make_Chat(the_market, sender.user, "Order refused: " + refusal, clock().date(), clock().hour()),
-              {.machines = {sender.machine}});
+    // For this moment alone: it bears no number and isn't stored, so nobody fills the store with bad orders.
+    std::string answer =
+        Make_Chat(the_market, sender.user, "Order refused: " + refusal, clock().date(), clock().hour());
+    Stamp_Header(answer, the_market, m_scenario.server, clock().date(), clock().hour());
+    client.Send_Message(answer);
 }
 
 std::string Market::Take_Order(const Party& sender, std::string_view message, const Audience& audience)
@@ -210,8 +241,10 @@ std::string Market::Take_Order(const Party& sender, std::string_view message, co
 
 void Market::On_Chat(Client& client, std::string_view message)
 {
-    Tell("chat of " + Text_Of_Chat(message));
-    Send_Chat(client.party(), std::string(message.substr(0, longest_chat)), Audience_Of_Chat(message, client.party()));
+    std::string chat(message.substr(0, longest_chat));
+    Stamp_Chat_Sender(chat, client.party());
+    Tell("chat of " + on_one_line(Text_Of_Chat(chat)));
+    Send_Chat(client.party(), std::move(chat), Audience_Of_Chat(message, client.party()));
 }
 
 void Market::Send_Chat(const Party& sender, std::string message, const Audience& audience)
@@ -360,7 +393,20 @@ std::optional<Party> Market::Party_Of_User(const std::string& code) const
     if (found == m_scenario.users.end()) {
         return {};
     }
-    return Party{.machine = found->machine, .user = found->code, .branch = found->branch};
+    Party party{.machine = found->machine, .user = found->code, .branch = found->branch};
+    if (party.machine.empty()) { // any
+        const auto client = std::find_if(m_clients.begin(), m_clients.end(), [&](const auto& item) {
+            return item.second->is_logged_in() && item.second->party().user == party.user;
+        });
+        party.machine = client != m_clients.end() ? client->second->party().machine : std::string();
+    }
+    return party;
+}
+
+bool Market::Has_User_Name(const std::string& name) const
+{
+    return std::any_of(m_scenario.users.begin(), m_scenario.users.end(),
+                       [&](const User& user) { return user.name == name; });
 }
 
 } // namespace qm

@@ -69,6 +69,7 @@ private:
     void On_Progress(Client& client, const std::string& text) override;
     [[nodiscard]] const Clock& clock() const override { return m_loop.clock(); }
     [[nodiscard]] Journal& journal() override { return m_journal; }
+    void Close_Stalled(const std::string& machine);
     void Collect();
     void Tick();
 
@@ -94,7 +95,8 @@ private:
     std::string Change_Table(Table& table, const std::string& verb, std::uint32_t idx, const std::string& fields);
     [[nodiscard]] static std::string Body_Of_Fields(const Table& table, const TableRow* before,
                                                     const std::string& fields, std::string& complaint);
-    [[nodiscard]] std::optional<Party> Party_Of_User(const std::string& code) const;
+    [[nodiscard]] std::optional<Party> Party_Of_User(const std::string& code) const; // or name
+    [[nodiscard]] bool Has_User_Name(const std::string& name) const;
     void Tell(const std::string& line) const;
 
     EventLoop& m_loop;

@@ -298,6 +298,11 @@ std::string Exchange::Take(std::string_view order_message, const Party& sender, 
     return {};
 }
 
+void Exchange::Count_Trades_From(std::uint32_t last_trade)
+{
+    m_state->last_trade = last_trade;
+}
+
 const OrderBook* Exchange::Book(int market) const
 {
     const Market* found = m_state->Find_Market(market);

@@ -82,6 +82,9 @@ public:
     // taken, else why it was refused, in words for its user that can stand behind "refused: ".
     std::string Take(std::string_view order_message, const Party& sender, const Audience& audience);
 
+    // The next trade's number is the one behind it.
+    void Count_Trades_From(std::uint32_t last_trade);
+
     // For the summary at the prompt, and for tests.
     [[nodiscard]] const OrderBook* Book(int market) const;      // null for an unknown market
     [[nodiscard]] const TradedPrices* Prices(int market) const; // of today

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <list>
+#include <string_view>
 #include <unordered_map>
 
 namespace qm {
@@ -52,7 +53,6 @@ void Replayed::Order(const std::string& message)
 {
     m_order.Update_Message_Info(std::span(message.data(), message.size()));
     Party sender = Sender_Of(message);
-    sender.branch = field::Text_Of(m_order, CODIGO_SUCURSAL_POSTURA);
     OrderForm form;
     if (!Read_Order(m_order, sender, form).empty() || form.kind == OrderKind::request) {
         return;
@@ -109,14 +109,24 @@ std::vector<OrderLeftOpen> Replayed::Open()
 
 } // namespace
 
-std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store, std::string_view date)
+std::uint32_t Last_Trade_Number(const MessageStore& store)
+{
+    CMsgTransMon transaction;
+    for (std::size_t i = store.size(); i > 0; --i) {
+        const std::string& message = store.at(i - 1).message;
+        if (Number_Of(message) == MSS_TRANS_MONEDA) {
+            transaction.Update_Message_Info(std::span(message.data(), message.size()));
+            return static_cast<std::uint32_t>(field::Number_Of(transaction, MCOD_TRANSACCION).value_or(0));
+        }
+    }
+    return 0;
+}
+
+std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store)
 {
     Replayed replayed;
     for (std::size_t i = 0; i < store.size(); ++i) {
         const StoredMessage& stored = store.at(i);
-        if (stored.date != date) {
-            continue;
-        }
         if (stored.log == Log::A && Is_Order(stored.message)) {
             replayed.Order(stored.message);
         } else if (stored.log == Log::P && Number_Of(stored.message) == MSS_TRANS_MONEDA) {

@@ -1,12 +1,12 @@
-// The orders that were open when a market stopped, from the messages that it has stored: what was placed on its last
+// The orders that were open when a market stopped, from the messages that it has stored: what was placed, on whichever
 // day, less what was traded and withdrawn.
 #pragma once
 
 #include "audience.h"
 #include "store/message_store.h"
 
+#include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace qm {
@@ -18,6 +18,9 @@ struct OrderLeftOpen
 };
 
 // In the order of their time. Placed anew in that order they don't meet each other, since they didn't then.
-std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store, std::string_view date);
+std::vector<OrderLeftOpen> Orders_Left_Open(const MessageStore& store);
+
+// The number of the last trade that both parties were told, 0 for none.
+std::uint32_t Last_Trade_Number(const MessageStore& store);
 
 } // namespace qm

@@ -201,9 +201,9 @@ CMsgOrder& OrderRecords::Lay_Out(std::string_view message)
 
 void OrderRecords::Fill_In(const Party& sender, std::string_view currency, const Moment& moment)
 {
-    Put_Missing_Text(m_order, CODIGO_PRIMARYUSER_POSTURA, sender.machine);
+    Put_Text(m_order, CODIGO_PRIMARYUSER_POSTURA, sender.machine);
     Put_Missing_Text(m_order, USUARIO_POSTURA, sender.user);
-    Put_Missing_Text(m_order, CODIGO_SUCURSAL_POSTURA, sender.branch);
+    Put_Text(m_order, CODIGO_SUCURSAL_POSTURA, sender.branch);
     Put_Missing_Text(m_order, FECHA_POSTURA, moment.date);
     Put_Missing_Text(m_order, HORA_POSTURA, moment.hour);
     Put_Missing_Text(m_order, MONEDA, currency);

@@ -70,7 +70,7 @@ public:
     // dropped. Good until the next call.
     CMsgOrder& Lay_Out(std::string_view message);
 
-    // What the order lacks: who placed it and when, and the currency of its market.
+    // Who placed the order, whatever it says, and what it lacks: when, and the currency of its market.
     void Fill_In(const Party& sender, std::string_view currency, const Moment& moment);
 
     [[nodiscard]] std::string Order_Message() const;

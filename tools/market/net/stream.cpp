@@ -167,10 +167,11 @@ void Stream::Send(std::string_view bytes)
 
 std::size_t Stream::Send_Now(std::string_view bytes)
 {
-    if (!Takes_Bytes() || m_stalled || queued() > 0) {
+    if (!Takes_Bytes()) {
         return 0;
     }
-    const std::size_t sent = Send_Out(bytes);
+    const bool at_once = queued() == 0 && !m_stalled;
+    const std::size_t sent = at_once ? Send_Out(bytes) : 0;
     m_was_short = sent < bytes.size();
     Watch_What_Matters();
     return sent;

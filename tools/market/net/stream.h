@@ -61,7 +61,7 @@ public:
     [[nodiscard]] std::size_t queued() const { return m_out.size() - m_sent; }
 
     // For frames that were built once: sends from `bytes` as much as the system takes now, and gives how much that was:
-    // nothing while something is queued.
+    // nothing while something is queued or the stream is stalled.
     std::size_t Send_Now(std::string_view bytes);
 
     // ---- Faults

@@ -50,6 +50,14 @@ std::vector<std::string> receivers(std::string_view message)
 
 } // namespace
 
+void Stamp_Chat_Sender(std::string& message, const Party& sender)
+{
+    message.resize(std::max(message.size(), text_at));
+    std::string user = sender.user;
+    user.resize(text_at - sender_at);
+    message.replace(sender_at, user.size(), user);
+}
+
 Audience Audience_Of_Chat(std::string_view message, const Party& sender)
 {
     const std::string kind = Text_At(message, receiver_kind_at, 1);

@@ -8,6 +8,9 @@
 
 namespace qm {
 
+// Its sender's code is the login's, whatever it says.
+void Stamp_Chat_Sender(std::string& message, const Party& sender);
+
 // Who a chat is for: the users or branches that it names; everyone who is connected if it names markets or nobody. The
 // sender isn't among them unless it names itself.
 Audience Audience_Of_Chat(std::string_view message, const Party& sender);

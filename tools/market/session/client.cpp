@@ -248,15 +248,24 @@ void Client::Send_Bytes(std::string_view bytes)
     } else {
         m_stream->Send(bytes);
     }
-    if (m_phase != Phase::closed && m_stream->queued() + m_behind_flood.size() > MOST_QUEUED) {
+    if (m_phase != Phase::closed && waiting() > MOST_QUEUED) {
         Close("reads too slowly");
     }
 }
 
 void Client::Flood(std::function<std::string_view()> source)
 {
-    m_flood = std::move(source);
-    m_flood_rest = {};
+    if (!is_logged_in()) {
+        return;
+    }
+    if (m_flood) {
+        m_flood = [first = std::move(m_flood), then = std::move(source)] {
+            const std::string_view bytes = first();
+            return bytes.empty() ? then() : bytes;
+        };
+    } else {
+        m_flood = std::move(source);
+    }
     Send_On();
 }
 
@@ -311,6 +320,7 @@ void Client::Send_Flood()
 // piece is.
 void Client::Next_Of_Flood()
 {
+    Send_Log();
     m_between_floods = std::exchange(m_behind_flood, {});
     m_flood_rest = m_between_floods.empty() ? m_flood() : std::string_view(m_between_floods);
     if (m_flood_rest.empty()) {

@@ -77,12 +77,14 @@ public:
     [[nodiscard]] Stream& stream() { return *m_stream; }
 
     // Frames that were built once. `source` gives the next bytes, none at the end; it is asked whenever the peer takes
-    // more, and everything else waits meanwhile.
+    // more, and everything else waits meanwhile. One that comes during another goes out behind it. Nothing is
+    // sent before the login.
     void Flood(std::function<std::string_view()> source);
     [[nodiscard]] std::string Frame_Of(std::string_view message); // as Send_Message would send it
     [[nodiscard]] const std::string& server() const { return m_owner.scenario().server; }
     [[nodiscard]] SendMode send_mode() const { return m_owner.scenario().send_mode; }
 
+    [[nodiscard]] std::size_t waiting() const { return m_stream->queued() + m_behind_flood.size(); } // bytes
     [[nodiscard]] std::uint64_t messages_in() const { return m_messages_in; }
     [[nodiscard]] std::uint64_t messages_out() const { return m_messages_out; }
 
@@ -108,7 +110,7 @@ private:
     void Tell_Log();
     void Send_Flood();
     void Next_Of_Flood();
-    [[nodiscard]] bool has_room() const { return m_stream->queued() < Stream::HIGH_WATER; }
+    [[nodiscard]] bool has_room() const { return waiting() < Stream::HIGH_WATER; }
     void Note(std::string_view event, std::string_view text);
 
     std::uint64_t m_id;

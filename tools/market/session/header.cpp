@@ -69,7 +69,7 @@ void Stamp_Sender(std::string& message, const Party& sender)
     message.resize(std::max(message.size(), CABEZA_END));
     put(message, machine_at, sender.machine, 4);
     put(message, user_at, sender.user, 4);
-    put(message, branch_at, sender.branch, 8);
+    put(message, branch_at, sender.branch, CABEZA_END - branch_at);
 }
 
 Party Sender_Of(std::string_view message)

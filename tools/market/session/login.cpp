@@ -36,9 +36,15 @@ const User* find_user(const Scenario& scenario, const std::string& name)
     return found == scenario.users.end() ? nullptr : &*found;
 }
 
+bool is_shown(char c)
+{
+    return c > ' ' && c != '\x7F';
+}
+
 bool is_known_machine(const Scenario& scenario, const User& user, const std::string& machine)
 {
-    if (machine.empty() || (!user.machine.empty() && user.machine != machine)) {
+    if (machine.empty() || !std::all_of(machine.begin(), machine.end(), is_shown) ||
+        (!user.machine.empty() && user.machine != machine)) {
         return false;
     }
     const auto& machines = scenario.machines;
