@@ -47,13 +47,6 @@ void CPers_d::Set_Data(int code, const void* value, unsigned size)
     ++data_items;
 }
 
-template <class Number> void CPers_d::Set_Number(int code, Number value)
-{
-    std::array<char, sizeof(Number)> bytes{};
-    store_le(bytes.data(), value);
-    Set_Data(code, bytes.data(), sizeof(Number));
-}
-
 void CPers_d::Set_Calc(int code, const CALC_MNUM* value)
 {
     std::array<char, calc_size> bytes{};

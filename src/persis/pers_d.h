@@ -11,6 +11,7 @@
 #pragma once
 
 #include "calclib/calclib.h"
+#include "little_endian.h"
 #include "persis/file_d.h"
 #include "persis/persis.h"
 
@@ -73,7 +74,12 @@ protected:
     CFile_d* cf_p;
 
 private:
-    template <class Number> void Set_Number(int code, Number value);
+    template <class Number> void Set_Number(int code, Number value)
+    {
+        std::array<char, sizeof(Number)> bytes{};
+        store_le(bytes.data(), value);
+        Set_Data(code, bytes.data(), sizeof(Number));
+    }
     [[nodiscard]] std::size_t Left_To_Read() const { return m_items.size() - data_read; }
     void Skip_Item();
 
