@@ -83,7 +83,7 @@ int CFile_d::write(const void* bytes, std::size_t size)
 {
     std::span<const char> rest(static_cast<const char*>(bytes), size);
     while (!rest.empty()) {
-        if (!may_write_at(m_position, rest.size())) {
+        if (!May_Write(rest.size())) {
             return 0;
         }
         const ssize_t count = ::pwrite(m_descriptor, rest.data(), rest.size(), static_cast<off_t>(m_position));
@@ -99,6 +99,16 @@ int CFile_d::write(const void* bytes, std::size_t size)
         rest = rest.subspan(written);
     }
     return 1;
+}
+
+bool CFile_d::May_Write(std::size_t size)
+{
+    if (m_position < m_allowed) {
+        return true;
+    }
+    const bool may = may_write_at(m_position, size);
+    m_allowed = may && m_keeps_limit ? m_position : m_allowed;
+    return may;
 }
 
 std::size_t CFile_d::read(void* bytes, std::size_t size)

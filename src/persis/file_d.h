@@ -55,10 +55,29 @@ public:
 
     CFile_Header* Last_CFile_Header = nullptr; // of this file; null if it has none
 
+    // While one lives, the limit of the file's size is looked at for the first of several writes, and again only for
+    // those behind it: the look costs as much as half a write.
+    class OneLookAtTheLimit
+    {
+    public:
+        explicit OneLookAtTheLimit(CFile_d& file) : m_file(file) { m_file.m_keeps_limit = true; }
+        ~OneLookAtTheLimit()
+        {
+            m_file.m_keeps_limit = false;
+            m_file.m_allowed = 0;
+        }
+        OneLookAtTheLimit(const OneLookAtTheLimit&) = delete;
+        OneLookAtTheLimit& operator=(const OneLookAtTheLimit&) = delete;
+
+    private:
+        CFile_d& m_file;
+    };
+
 private:
     static constexpr std::size_t slot_reach = 4096;
     static constexpr std::size_t load_reach = 128 * 1024;
 
+    bool May_Write(std::size_t size);
     void Set_Reach(std::size_t reach);
     [[nodiscard]] bool Has_In_Window(std::size_t size) const;
     void Fill_Window(std::size_t size);
@@ -66,6 +85,8 @@ private:
 
     int m_descriptor = -1;
     std::uint64_t m_position = 0;
+    bool m_keeps_limit = false;
+    std::uint64_t m_allowed = 0; // places before it may be written
     std::size_t m_reach = slot_reach;
     std::uint64_t m_window_start = 0;
     std::vector<char> m_window; // bytes of the file from there on, as they are in it

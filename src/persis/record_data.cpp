@@ -142,6 +142,7 @@ int CRecord_Data::Save_Record(unsigned np, const void* rec_data, const void* rec
 
 int CRecord_Data::Write_In_Slot(unsigned np)
 {
+    const CFile_d::OneLookAtTheLimit one_look(*cf_p);
     Set_Position(Place_Of(np) + MESSAGE_HEADER_ALLOCATED_SIZE);
     const int length = Write_Data(Room_In_Slot());
     return length != 0 && Save_Header(np) != 0 ? length : 0;
