@@ -18,6 +18,10 @@ public:
     // names.
     virtual void Save_Record(unsigned number, const char* data_info, const char* env_crc32) = 0;
     virtual void Delete_Record(unsigned number) = 0;
+
+    // True if the file was started afresh, since the records have outgrown their places: the table gives them numbers
+    // from 1 up and saves them all. Asked after a load and after each save.
+    virtual bool Check_Forced_Save() { return false; }
 };
 
 } // namespace qapi
