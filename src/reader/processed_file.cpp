@@ -1,0 +1,88 @@
+#include "reader/processed_file.h"
+
+#include "little_endian.h"
+#include "qcapi/errors.h"
+#include "qcapi/support.h"
+#include "record_io.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+// A record. What follows the date is always zero: message_length (4), extra_data (6), padding (2).
+constexpr std::size_t number_at = 0;
+constexpr std::size_t processed_at = 4;
+constexpr std::size_t date_at = 8;
+constexpr std::size_t bytes_in_use = 16;
+using Record = std::array<char, 28>;
+
+Record packed(const LOG_HEADER& header)
+{
+    Record record{};
+    store_le(record.data() + number_at, header.num_message);
+    store_le(record.data() + processed_at, header.num_message_proc);
+    std::copy(header.message_date.bytes.begin(), header.message_date.bytes.end(), record.begin() + date_at);
+    return record;
+}
+
+LOG_HEADER unpacked(const Record& record)
+{
+    LOG_HEADER header{
+        load_le<std::uint32_t>(record.data() + number_at), load_le<std::uint32_t>(record.data() + processed_at), {}};
+    std::copy_n(record.begin() + date_at, header.message_date.bytes.size(), header.message_date.bytes.begin());
+    return header;
+}
+
+} // namespace
+
+std::shared_ptr<ProcessedFile> ProcessedFile::Open(const std::string& path)
+{
+    const int descriptor = Open_Record_File(path);
+    return descriptor < 0 ? nullptr : std::make_shared<ProcessedFile>(path, descriptor, lseek(descriptor, 0, SEEK_END));
+}
+
+ProcessedFile::ProcessedFile(std::string path, int descriptor, std::int64_t size)
+    : m_path(std::move(path)), m_descriptor(descriptor), m_size(size)
+{
+}
+
+ProcessedFile::~ProcessedFile()
+{
+    close(m_descriptor);
+}
+
+std::optional<LOG_HEADER> ProcessedFile::Log_Take_Header(std::int64_t offset) const
+{
+    Record record{};
+    if (offset >= m_size || Read_At(m_descriptor, record, offset) < std::int64_t{bytes_in_use}) {
+        return {};
+    }
+    return unpacked(record);
+}
+
+int ProcessedFile::Log_Update_Header(std::int64_t offset, const LOG_HEADER& header)
+{
+    const Record record = packed(header);
+    const int error = Write_At(m_descriptor, record, offset);
+    m_size = std::max(m_size, offset + std::int64_t{record.size()}); // also for a part of it
+    return error;
+}
+
+// One report for all messages that meet a full disk.
+void ProcessedFile::Tell(int error)
+{
+    if (error != 0 && !m_is_failing) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES, "The following log file couldn't be written %s: %s",
+                                  m_path.c_str(), std::generic_category().message(error).c_str());
+    }
+    m_is_failing = error != 0;
+}
+
+void ProcessedFile::Sync() const
+{
+    Sync_Record_File(m_descriptor);
+}
