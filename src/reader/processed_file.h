@@ -41,6 +41,9 @@ public:
     ProcessedFile(const ProcessedFile&) = delete;
     ProcessedFile& operator=(const ProcessedFile&) = delete;
 
+    [[nodiscard]] bool Is_New() const { return m_size == 0; }
+    [[nodiscard]] const std::string& Path() const { return m_path; }
+
     // Nothing if there is none or less than its date of it; what nobody wrote reads as zeros.
     [[nodiscard]] std::optional<LOG_HEADER> Log_Take_Header(std::int64_t offset) const;
 

@@ -139,10 +139,17 @@ void done(LOG_DATA_SERVER_STRUCT& log, const CRecNum& key, bool finished)
 
 // ---- What the files know ---------------------------------------------------------------------------------------
 
+bool is_date(const MessageDate& date)
+{
+    return std::all_of(date.bytes.begin(), date.bytes.end(), ascii_digit);
+}
+
+// A damaged date in a record may be above all others: it would refuse the message of its number on every day to come.
 bool is_in_file(const LOG_DATA_SERVER_STRUCT& log, const CRecNum& key)
 {
     const auto record = log.file != nullptr ? log.file->Log_Take_Header(offset_of_message(key.number)) : std::nullopt;
-    return record && record->num_message_proc == 1 && !(record->message_date < key.date);
+    return record && record->num_message_proc == 1 &&
+           (record->message_date == key.date || (key.date < record->message_date && is_date(record->message_date)));
 }
 
 int write_file_header(const LOG_DATA_SERVER_STRUCT& log)
@@ -162,22 +169,23 @@ void Log_Processed_Record(const LOG_DATA_SERVER_STRUCT& log, const CRecNum& key)
     log.file->Tell(record_error != 0 ? record_error : header_error);
 }
 
-bool is_date_or_none(const MessageDate& date)
-{
-    return date == MessageDate{} || std::all_of(date.bytes.begin(), date.bytes.end(), ascii_digit);
-}
-
-// A file without a whole header gets one of zeros. So does one whose date is none: it would be asked for.
+// A file without a whole header gets one of zeros. So does one whose date is none: it would be asked for. All messages
+// are asked for then, and those that have their records are refused.
 void take_up(LOG_DATA_SERVER_STRUCT& log)
 {
     const auto header = log.file->Log_Take_Header(offset_of_file_header);
-    if (header && is_date_or_none(header->message_date)) {
+    if (header && (is_date(header->message_date) || header->message_date == MessageDate{})) {
         log.last_recv_num_message = header->num_message;
         log.last_proc_num_message = header->num_message_proc;
         log.last_received_date = header->message_date;
-    } else {
-        log.file->Tell(write_file_header(log));
+        return;
     }
+    if (!log.file->Is_New()) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES,
+                                  "The header of the following log file was damaged and starts again %s",
+                                  log.file->Path().c_str());
+    }
+    log.file->Tell(write_file_header(log));
 }
 
 // ---- Servers ---------------------------------------------------------------------------------------------------
@@ -315,6 +323,24 @@ void LOG_Update_Last_Proc_Message(const char* header, int finished)
     const ReportHold reports_wait;
     if (const auto file = finish_or_skip(header, finished == 1); file != nullptr && finished == 1) {
         file->Sync();
+    }
+}
+
+void LOG_Tell_Pending()
+{
+    std::size_t pending = 0;
+    {
+        const MutexLock lock(L_proc_messages);
+        for (const Server& server : servers()) {
+            for (const LOG_DATA_SERVER_STRUCT& log : server.types) {
+                pending += log.proc_msgs.size();
+            }
+        }
+    }
+    if (pending != 0) {
+        LOG_Text("-%zu messages were not finished before the connection closed. Repeats of them are refused until the "
+                 "program starts again.",
+                 pending);
     }
 }
 

@@ -40,6 +40,10 @@ void LOG_Register_Record(const char* header);
 // files say of it; with sync_files and `finished` 1, the disk.
 void LOG_Update_Last_Proc_Message(const char* header, int finished);
 
+// Writes a line into the running log if messages are pending. For the reader, when their records went with the
+// connection: they hold the numbers up from then on.
+void LOG_Tell_Pending();
+
 // The date (8 bytes) and number up to which all messages are finished; returns the highest number that was received. An
 // index or type out of range gives 1 and leaves both alone.
 unsigned LOG_Get_Last_Processed_Message(int ds_index, int log_type, char* date, unsigned long* last_proc);
