@@ -5,6 +5,7 @@
 #include "qcapi/log.h"
 #include "ratio.h"
 #include "reader/processed_log.h"
+#include "record_io.h"
 
 #include <benchmark/benchmark.h>
 

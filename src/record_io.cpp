@@ -1,6 +1,5 @@
 #include "record_io.h"
 
-#include "qcapi/config.h"
 #include "system_seam.h"
 
 #include <cerrno>
@@ -8,6 +7,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+int Glb_sync_files = 0;
 
 namespace {
 

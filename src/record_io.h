@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+extern int Glb_sync_files; // 1: Sync_Record_File waits for the disk. Of the configuration; 0 without it
+
 namespace qapi {
 
 // Opens the file for reading and writing, created if it is missing and for its owner alone. -1 with errno if that fails
@@ -20,7 +22,7 @@ std::int64_t Read_At(int descriptor, std::span<char> bytes, std::int64_t offset)
 [[nodiscard]] int Write_At(int descriptor, std::span<const char> bytes, std::int64_t offset);
 
 // Behind a write that a cut of the power must not take back: returns when the file's bytes are on the disk. Does
-// nothing unless the configuration asks for that (sync_files). 0 or errno.
+// nothing unless Glb_sync_files is set. 0 or errno.
 int Sync_Record_File(int descriptor);
 
 } // namespace qapi

@@ -19,7 +19,6 @@ char Glb_Esquema_Code[8 + 1];
 
 unsigned long long Glb_Send_Msg_Delay_Millisec = 0;
 char Glb_log_last_processed_message = 'L';
-int Glb_sync_files = 0;
 int Glb_Language = 0;
 
 namespace {

@@ -68,7 +68,6 @@ extern INFO_TABLE_CODE Glb_access_tables[MAX_ACCESS_TABLES + 1];            // e
 // ---- How the session behaves -----------------------------------------------------------------------------------
 extern unsigned long long Glb_Send_Msg_Delay_Millisec; // pause between two SendMessage
 extern char Glb_log_last_processed_message;            // 'L', 'N' or 'F'
-extern int Glb_sync_files;                             // 1: a finished message is waited for until the disk has it
 extern int Glb_Language;                               // column of the message names: 0, 1 Spanish, 2 English
 
 // ---- Replay of a stored log. Texts are null when not given, and released at Logout -------------------------------

@@ -3,6 +3,7 @@
 
 #include "log.h"
 #include "message_names.h"
+#include "record_io.h"
 #include "transport/dcon.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "support/forget_configuration.h"
 
 #include "qcapi/config.h"
+#include "record_io.h"
 #include "transport/dcon.h"
 
 #include <cstring>

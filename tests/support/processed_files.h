@@ -10,6 +10,7 @@
 #include "qcapi/config.h"
 #include "qcapi/log.h"
 #include "reader/processed_log.h"
+#include "record_io.h"
 
 #include <gtest/gtest.h>
 
