@@ -23,7 +23,7 @@ std::int64_t Read_At(int descriptor, std::span<char> bytes, std::int64_t offset)
 
 // Behind a write that a cut of the power must not take back: returns when the file's bytes are on the disk. Does
 // nothing unless Glb_sync_files is set. 0 or errno.
-int Sync_Record_File(int descriptor);
+[[nodiscard]] int Sync_Record_File(int descriptor);
 
 } // namespace qapi
 

@@ -8,10 +8,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -332,6 +336,89 @@ TEST_F(ProcessedFiles, WithTheDiskWaitedForTheBytesAreTheSame)
     start();
     handled(MessageHeader(7));
     EXPECT_EQ(directory.read(file_b), sound_file());
+}
+
+TEST_F(ProcessedFiles, ADiskThatFailsIsReported)
+{
+    FakeSystem system;
+    system.calls.sync_data = [](int) { return errno = EIO, -1; };
+    Set_System(&system.calls);
+    Glb_sync_files = 1;
+    start();
+    handled(MessageHeader(2));
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("20 The following log file couldn't be written " +
+                                                 directory.path(file_b).string() + ": Input/output error"));
+}
+
+// ---- A kill
+
+class Pipe
+{
+public:
+    Pipe() { EXPECT_EQ(pipe(m_ends.data()), 0); }
+    ~Pipe()
+    {
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    void Tell(std::uint32_t number) const
+    {
+        if (write(m_ends[1], &number, sizeof number) != sizeof number) {
+            std::abort();
+        }
+    }
+    // 0 once the writer is gone.
+    [[nodiscard]] std::uint32_t Heard() const
+    {
+        std::uint32_t number = 0;
+        return read(m_ends[0], &number, sizeof number) == sizeof number ? number : 0;
+    }
+    void Write_No_More()
+    {
+        close(m_ends[1]);
+        m_ends[1] = -1;
+    }
+
+private:
+    std::array<int, 2> m_ends{-1, -1};
+};
+
+TEST_F(ProcessedFiles, AKillTakesNothingBackThatHadReturned)
+{
+    std::uint32_t last = 0;
+    for (std::uint32_t kill_behind = 1; kill_behind < 2000; kill_behind *= 2) {
+        Pipe pipe;
+        start();
+        const pid_t child = fork();
+        if (child == 0) {
+            for (std::uint32_t number = last + 1;; ++number) {
+                handled(MessageHeader(number));
+                pipe.Tell(number);
+            }
+        }
+        pipe.Write_No_More();
+        std::uint32_t returned = last;
+        while (returned < last + kill_behind) {
+            returned = pipe.Heard();
+        }
+        kill(child, SIGKILL);
+        while (const std::uint32_t number = pipe.Heard()) {
+            returned = number;
+        }
+        waitpid(child, nullptr, 0);
+        start();
+        for (std::uint32_t number = 1; number <= returned; ++number) {
+            ASSERT_TRUE(is_processed(MessageHeader(number))) << number;
+        }
+        EXPECT_FALSE(is_processed(MessageHeader(returned + 2)));
+        const std::string exact = std::to_string(returned) + ' ' + std::to_string(returned) + " 20260105";
+        const std::string ahead = std::to_string(returned + 1) + ' ' + std::to_string(returned + 1) + " 20260105";
+        EXPECT_THAT(position(), testing::AnyOf(exact, ahead));
+        last = returned;
+    }
 }
 
 // ---- Threads

@@ -82,7 +82,7 @@ void ProcessedFile::Tell(int error)
     m_is_failing = error != 0;
 }
 
-void ProcessedFile::Sync() const
+int ProcessedFile::Sync() const
 {
-    Sync_Record_File(m_descriptor);
+    return Sync_Record_File(m_descriptor);
 }

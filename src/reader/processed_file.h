@@ -53,8 +53,8 @@ public:
     // How the writes for one message went: the first failure in a row is reported.
     void Tell(int error);
 
-    // Where the configuration asks for it. Any thread, without a lock.
-    void Sync() const;
+    // Waits for the disk where the configuration asks for it. 0 or errno. Any thread, without a lock.
+    [[nodiscard]] int Sync() const;
 
 private:
     std::string m_path;

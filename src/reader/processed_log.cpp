@@ -321,8 +321,13 @@ void LOG_Update_Last_Proc_Message(const char* header, int finished)
         return;
     }
     const ReportHold reports_wait;
-    if (const auto file = finish_or_skip(header, finished == 1); file != nullptr && finished == 1) {
-        file->Sync();
+    const auto file = finish_or_skip(header, finished == 1);
+    if (file == nullptr || finished != 1) {
+        return;
+    }
+    if (const int error = file->Sync(); error != 0) {
+        const MutexLock lock(L_proc_messages);
+        file->Tell(error);
     }
 }
 
