@@ -71,9 +71,12 @@ std::int64_t qapi::Read_At(int descriptor, std::span<char> bytes, std::int64_t o
 
 int qapi::Write_At(int descriptor, std::span<const char> bytes, std::int64_t offset)
 {
-    if (!is_within_limit(offset + static_cast<std::int64_t>(bytes.size()))) {
-        return EFBIG;
-    }
+    return is_within_limit(offset + static_cast<std::int64_t>(bytes.size())) ? Write_At_Lower(descriptor, bytes, offset)
+                                                                             : EFBIG;
+}
+
+int qapi::Write_At_Lower(int descriptor, std::span<const char> bytes, std::int64_t offset)
+{
     std::int64_t count = 0;
     do {
         count = pwrite(descriptor, bytes.data(), bytes.size(), offset);

@@ -21,6 +21,10 @@ std::int64_t Read_At(int descriptor, std::span<char> bytes, std::int64_t offset)
 // EFBIG, and no SIGXFSZ, which would end a host that doesn't expect it.
 [[nodiscard]] int Write_At(int descriptor, std::span<const char> bytes, std::int64_t offset);
 
+// The same right behind a write that succeeded at a higher place: the limit isn't asked for again, which is a third of
+// what a small write costs.
+[[nodiscard]] int Write_At_Lower(int descriptor, std::span<const char> bytes, std::int64_t offset);
+
 // Behind a write that a cut of the power must not take back: returns when the file's bytes are on the disk. Does
 // nothing unless Glb_sync_files is set. 0 or errno.
 [[nodiscard]] int Sync_Record_File(int descriptor);
@@ -31,3 +35,4 @@ using qapi::Open_Record_File;
 using qapi::Read_At;
 using qapi::Sync_Record_File;
 using qapi::Write_At;
+using qapi::Write_At_Lower;

@@ -64,12 +64,22 @@ std::optional<LOG_HEADER> ProcessedFile::Log_Take_Header(std::int64_t offset) co
     return unpacked(record);
 }
 
-int ProcessedFile::Log_Update_Header(std::int64_t offset, const LOG_HEADER& header)
+void ProcessedFile::Log_Update_Header(const LOG_HEADER& header)
 {
     const Record record = packed(header);
-    const int error = Write_At(m_descriptor, record, offset);
-    m_size = std::max(m_size, offset + std::int64_t{record.size()}); // also for a part of it
-    return error;
+    const int error = Write_At(m_descriptor, record, offset_of_file_header);
+    m_size = std::max(m_size, std::int64_t{record.size()});
+    Tell(error);
+}
+
+void ProcessedFile::Log_Processed_Record(std::uint32_t number, const MessageDate& date, const LOG_HEADER& header)
+{
+    const Record record = packed({number, 1, date});
+    const int error = Write_At(m_descriptor, record, offset_of_message(number));
+    m_size = std::max(m_size, offset_of_message(number) + std::int64_t{record.size()}); // also for a part of it
+    const auto write_header = error == 0 ? Write_At_Lower : Write_At;
+    const int header_error = write_header(m_descriptor, packed(header), offset_of_file_header);
+    Tell(error != 0 ? error : header_error);
 }
 
 // One report for all messages that meet a full disk.

@@ -47,10 +47,15 @@ public:
     // Nothing if there is none or less than its date of it; what nobody wrote reads as zeros.
     [[nodiscard]] std::optional<LOG_HEADER> Log_Take_Header(std::int64_t offset) const;
 
-    // 0 or errno.
-    [[nodiscard]] int Log_Update_Header(std::int64_t offset, const LOG_HEADER& header);
+    // Rewrites the file's header. The first failure in a row is reported; a lock that is held stands inside a
+    // ReportHold.
+    void Log_Update_Header(const LOG_HEADER& header);
 
-    // How the writes for one message went: the first failure in a row is reported.
+    // Marks the message as processed, then rewrites the header: if the process is killed in between, the server is
+    // asked for the message again, and it is refused then.
+    void Log_Processed_Record(std::uint32_t number, const MessageDate& date, const LOG_HEADER& header);
+
+    // A failure that was met elsewhere, as a write's.
     void Tell(int error);
 
     // Waits for the disk where the configuration asks for it. 0 or errno. Any thread, without a lock.

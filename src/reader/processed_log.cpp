@@ -152,21 +152,9 @@ bool is_in_file(const LOG_DATA_SERVER_STRUCT& log, const CRecNum& key)
            (record->message_date == key.date || (key.date < record->message_date && is_date(record->message_date)));
 }
 
-int write_file_header(const LOG_DATA_SERVER_STRUCT& log)
+LOG_HEADER file_header_of(const LOG_DATA_SERVER_STRUCT& log)
 {
-    return log.file->Log_Update_Header(offset_of_file_header,
-                                       {log.last_recv_num_message, log.last_proc_num_message, log.last_received_date});
-}
-
-// The message first: if the process is killed in between, the server is asked for it again, and it is refused then.
-void Log_Processed_Record(const LOG_DATA_SERVER_STRUCT& log, const CRecNum& key)
-{
-    if (log.file == nullptr) {
-        return;
-    }
-    const int record_error = log.file->Log_Update_Header(offset_of_message(key.number), {key.number, 1, key.date});
-    const int header_error = write_file_header(log);
-    log.file->Tell(record_error != 0 ? record_error : header_error);
+    return {log.last_recv_num_message, log.last_proc_num_message, log.last_received_date};
 }
 
 // A file without a whole header gets one of zeros. So does one whose date is none: it would be asked for. All messages
@@ -185,7 +173,7 @@ void take_up(LOG_DATA_SERVER_STRUCT& log)
                                   "The header of the following log file was damaged and starts again %s",
                                   log.file->Path().c_str());
     }
-    log.file->Tell(write_file_header(log));
+    log.file->Log_Update_Header(file_header_of(log));
 }
 
 // ---- Servers ---------------------------------------------------------------------------------------------------
@@ -248,7 +236,9 @@ std::shared_ptr<ProcessedFile> finish_or_skip(const char* header, bool finished)
         return nullptr;
     }
     done(*log, key, finished);
-    Log_Processed_Record(*log, key);
+    if (log->file != nullptr) {
+        log->file->Log_Processed_Record(key.number, key.date, file_header_of(*log));
+    }
     return log->file;
 }
 
