@@ -304,10 +304,10 @@ TEST_F(ProcessedFiles, PendingMessagesAreCountedInOneLine)
     LOG_Tell_Pending();
     LOG_End();
     const std::string log = directory.read("qapi.log");
-    const std::string line = "3 messages were not finished before the connection closed. Repeats of them are refused "
-                             "until the program starts again.";
+    const std::string line = "Messages not finished when the connection closed: 3. Repeats of them are refused until "
+                             "the next login.";
     EXPECT_NE(log.find(line), std::string::npos);
-    EXPECT_EQ(log.find("0 messages"), std::string::npos);
+    EXPECT_EQ(log.find("closed: 0"), std::string::npos);
 }
 
 // ---- Two modes of durability

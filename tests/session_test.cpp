@@ -312,6 +312,23 @@ TEST_F(SessionRunTest, UnfinishedRecordsGoWithTheirConnectionAndTheirRepeatsAreR
     EXPECT_EQ(host.count_of("message "), 2);
 }
 
+TEST_F(SessionRunTest, WhatWasNotFinishedIsCountedInTheLogWhenTheConnectionCloses)
+{
+    log_in();
+    bring_up();
+    peer.send_order(order_of(1));
+    peer.send_order(order_of(2));
+    announced("Orden_Transaccion", 2);
+    peer.stop_listening();
+    peer.reset();
+    ASSERT_TRUE(host.wait_for("status 20 Disconnected"));
+    EXPECT_EQ(host.Logout(), 0);
+    EXPECT_NE(scratch.read("qapi.log")
+                  .find("Messages not finished when the connection closed: 2. Repeats of them are "
+                        "refused until the next login."),
+              std::string::npos);
+}
+
 TEST_F(SessionRunTest, ALoginGoesOnBehindTheFilesOfTheOneBefore)
 {
     log_in();

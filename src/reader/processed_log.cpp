@@ -333,8 +333,8 @@ void LOG_Tell_Pending()
         }
     }
     if (pending != 0) {
-        LOG_Text("-%zu messages were not finished before the connection closed. Repeats of them are refused until the "
-                 "program starts again.",
+        LOG_Text("-Messages not finished when the connection closed: %zu. Repeats of them are refused until the next "
+                 "login.",
                  pending);
     }
 }
