@@ -7,9 +7,7 @@
 #include "persis/pers_file.h"
 #include "table/table_file.h"
 
-#include <functional>
 #include <memory>
-#include <span>
 #include <vector>
 
 namespace qapi {
@@ -17,17 +15,11 @@ namespace qapi {
 class PersTableFile : public TableFile
 {
 public:
-    // A live record: its slot, and the bytes of DATA_INFO and ENV_CRC32. They are good during the call.
-    using Take = std::function<void(unsigned number, std::span<const char> data_info, std::span<const char> env_crc32)>;
-
     // Null, with errno, if the file doesn't open.
     static std::unique_ptr<PersTableFile> Open(unsigned file_code, const char* file_name, unsigned rec_size);
 
-    // Hands over all live records, in the order of their slots. A file of the other byte order is of ours behind it.
-    void Load(const Take& take);
-
-    // True while a file of the other byte order is loaded: each record is to be saved as it comes.
-    [[nodiscard]] bool Is_Converting() const { return m_file.m_header.Get_Big_End() != 0; }
+    void Load(const Take& take) override;
+    [[nodiscard]] bool Is_Converting() const override { return m_file.m_header.Get_Big_End() != 0; }
 
     unsigned Get_Next_Free() override { return m_file.Get_Next_Free(); }
     void Save_Record(unsigned number, const char* data_info, const char* env_crc32) override;

@@ -160,6 +160,15 @@ public:
                (m_room != Room::none && m_key_maps.Search_Key_Record(&newcomer, 1) == pos);
     }
 
+    // ---- The file (table/table_load.h) -------------------------------------------------------------------------
+
+    // Keeps the records in this file from here on; null: in memory alone.
+    void Assoc_To_Pers_File(std::unique_ptr<qapi::TableFile> file) { m_Pers_File = std::move(file); }
+
+    // Replaces what the table has by the records of its file, with idx values of this client's range: those of the file
+    // mean nothing.
+    void Load_Pers_File();
+
     // ---- The dialogue by hashes (table/table_hash.h) ------------------------------------------------------------
 
     unsigned Get_Crc32() override;
@@ -353,6 +362,14 @@ private:
         return qapi::Next_Unic_Number([this](std::uint32_t next) { return Is_Taken(next); });
     }
 
+    // ---- The file ----------------------------------------------------------------------------------------------
+
+    void Load_Record(unsigned number, std::span<const char> data_info, std::span<const char> env_crc32);
+    void Fill_From_File(REC& record, std::span<const char> data_info);
+    bool Take_Identity_Of_File(REC& record, std::span<const char> env_crc32);
+    bool Init_Changes(REC& record);
+    void Save_All_Again();
+
     // ---- The dialogue by hashes --------------------------------------------------------------------------------
 
     // The server's list decides, unless this process maintains the table's records, or some of them.
@@ -399,8 +416,12 @@ private:
             m_Pers_File->Delete_Record(record.m_unic_number);
         } else {
             m_Pers_File->Save_Record(record.m_unic_number, record[DATA_INFO].Get_Ptr(), record[ENV_CRC32].Get_Ptr());
+            if (m_Pers_File->Check_Forced_Save()) {
+                Save_All_Again();
+            }
         }
     }
 };
 
 #include "table/table_hash.h" // IWYU pragma: export
+#include "table/table_load.h" // IWYU pragma: export
