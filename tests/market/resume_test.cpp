@@ -19,7 +19,6 @@ class Resume : public SessionTest
 protected:
     Resume()
     {
-        start_anew();
         qm::MarketOptions options;
         options.tell = [this](const std::string& line) { note(line); };
         market = std::make_unique<MarketThread>(SmallScenario(), std::move(options));
@@ -29,20 +28,7 @@ protected:
                                       "transaction_feed = 1\nlog_last_processed_message F\n");
         host = std::make_unique<RecordingHost>();
     }
-    ~Resume() override
-    {
-        host.reset();
-        start_anew();
-    }
-
-    // What a new process has: nothing in memory.
-    static void start_anew()
-    {
-        qapi::Forget_Table_Files();
-        for (const GlobalTable& table : All_Global_Tables()) {
-            table.delete_all_records();
-        }
-    }
+    ~Resume() override { host.reset(); }
 
     void log_in()
     {
@@ -92,7 +78,7 @@ TEST_F(Resume, TablesComeFromTheFilesAndNothingIsSentAgain)
     log_in();
     EXPECT_EQ(sent("25 cities"), 3);
     log_out();
-    start_anew();
+    Forget_Tables();
     EXPECT_EQ(cities(), 0);
     log_in();
     EXPECT_EQ(cities(), 3);
@@ -103,14 +89,14 @@ TEST_F(Resume, JustWhatHasChangedIsSent)
 {
     log_in();
     log_out();
-    start_anew();
+    Forget_Tables();
     market->command("table 25 delete 1");
     market->command(R"(table 25 insert {"codigo_3c":"PER","nombre":"Pereira"})");
     log_in();
     EXPECT_EQ(sent("25 cities"), 1);
     EXPECT_EQ(cities(), 3);
     log_out();
-    start_anew();
+    Forget_Tables();
     log_in();
     EXPECT_EQ(sent("25 cities"), 0);
     EXPECT_EQ(cities(), 3);
@@ -134,7 +120,7 @@ TEST_F(Resume, LostFileIsAskedForAsAWhole)
 {
     log_in();
     log_out();
-    start_anew();
+    Forget_Tables();
     std::filesystem::remove(scratch.path("qapi.city"));
     log_in();
     EXPECT_EQ(sent("25 cities"), 3);
@@ -152,7 +138,7 @@ TEST_F(Resume, FinishedMessagesDoNotComeAgain)
         }
     }
     log_out();
-    start_anew();
+    Forget_Tables();
     log_in();
     market->command("chat pedro maria again");
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") >= 2; });
