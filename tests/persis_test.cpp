@@ -1,5 +1,6 @@
 // Record files as a table uses them: what stands on disk, which slots are used, and what is told.
 #include "support/record_file.h"
+#include "support/table_fixture.h"
 
 #include "persis/table_pers_file.h"
 
@@ -203,6 +204,29 @@ TEST_F(Persis, RecordIsReadAsItWasSaved)
     EXPECT_EQ(cities.Load_Record(3, value.data(), identity.data()), 0);
     EXPECT_EQ(cities.Load_Record(0, value.data(), identity.data()), 0);
     EXPECT_EQ(cities.Load_Record(6, value.data(), identity.data()), 0);
+}
+
+TEST_F(Persis, WhatAnotherWroteIsSeen)
+{
+    SaveUpTo(1);
+    std::string value(8, '?');
+    EXPECT_EQ(cities.Load_Record(1, value.data(), nullptr), 1);
+    Patch(DataAt(1) + 60, ToHex("CHANGED!"));
+    EXPECT_EQ(cities.Load_Record(1, value.data(), nullptr), 1);
+    EXPECT_EQ(value, "CHANGED!");
+    unsigned slot = 1;
+    EXPECT_EQ(cities.Load_Next_Record(&slot, value.data(), nullptr), 1);
+    Patch(DataAt(1) + 60, ToHex("AND ANEW"));
+    EXPECT_THAT(Load(cities), ElementsAre("1 AND ANEW 4433221188776655"));
+}
+
+TEST_F(Persis, LoadTriesThreeSlotsBehindTheHighest)
+{
+    Save(cities, 1);
+    Save(cities, 4);
+    Patch(24 + 36 + 8, "01000000"); // as if the header had not been written any more
+    EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655", "4 RECORD-4 4433221188776655"));
+    EXPECT_EQ(BytesAt(24 + 36 + 8, 4), "04000000");
 }
 
 TEST_F(Persis, ClosedFileDoesNothing)
@@ -415,6 +439,33 @@ TEST_F(PersisTable, FullDiskIsToldOnce)
     table->Delete_Record(2);
     EXPECT_THAT(ReportTexts::Take(),
                 ElementsAre(testing::StartsWith("1 Record 1 could not be written to the file cities, error = ")));
+}
+
+TEST_F(PersisTable, DeletingWhatWasNeverWrittenIsNoFailure)
+{
+    const auto table = OpenTable();
+    table->Delete_Record(table->Get_Next_Free());
+    EXPECT_THAT(ReportTexts::Take(), IsEmpty());
+}
+
+TEST_F(PersisTable, TableBringsItsChangesToTheFile)
+{
+    constexpr unsigned whole_city = 154;
+    IdxTable table;
+    table.m_Pers_File = OpenTable(whole_city);
+    for (const unsigned idx : {7U, 8U}) {
+        City city(idx, idx == 7 ? "BUE" : "ROS");
+        table.Insert_Local_Record(&city, nullptr);
+    }
+    City changed(8, "COR");
+    table.Update_Local_Record(&changed);
+    City gone(7, "");
+    table.Delete_Local_Record(&gone);
+
+    City& kept = *table.Find_By_Idx(8);
+    const std::string bytes(kept[DATA_INFO].Get_Ptr(), whole_city);
+    EXPECT_THAT(LoadTable(*OpenTable(whole_city)),
+                ElementsAre("2 " + bytes + " " + ToHex({kept[ENV_CRC32].Get_Ptr(), 8})));
 }
 
 TEST_F(PersisTable, FileThatDoesNotOpenIsNull)

@@ -202,6 +202,15 @@ TEST_F(PersisVersions, BehindItsLoadTheFileIsNative)
     EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
 }
 
+TEST_F(PersisVersions, HeaderOfAForeignFileIsWrittenBehindItsLoad)
+{
+    Put(StoredImage("other_byte_order").substr(0, 486)); // without the deleted slot, whose count writes it as well
+    Patch(24 + 36 + 8, "00000001");
+    qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", city_size)->Load([](auto...) {});
+    EXPECT_EQ(BytesAt(24, 12), "01000000040000007f000000");
+    EXPECT_EQ(BytesAt(24 + 36, 12), "040000000400000001000000");
+}
+
 TEST_F(PersisVersions, TurningThatWasCutOffGoesOn)
 {
     Put(StoredImage("other_byte_order"));
