@@ -144,6 +144,19 @@ TEST_F(PersisVersions, NewVersionThatOutgrewItsSlotIsReadAndStartsTheFileAfresh)
     EXPECT_THAT(LoadAnew(39), ElementsAre("1 " + std::string(39, 'v') + " 4433221188776655"));
 }
 
+TEST_F(PersisVersions, FileThatCannotBeSetAsideIsToldAndStays)
+{
+    std::filesystem::create_directories("cities.old/in the way");
+    Put(StoredImage("outgrown"));
+    CPersFile longer(PERS_CITY_CODE, "cities", 39);
+    longer.Open(DO_NOT_RENAME);
+    Load(longer);
+    EXPECT_EQ(longer.Check_Forced_Save(), 1);
+    EXPECT_EQ(Save(longer, 1, std::string(39, 'v')), 0);
+    EXPECT_EQ(Bytes().size(), StoredImage("outgrown").size());
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 The file \"cities\" could not be opened, error = 21\n"));
+}
+
 TEST_F(PersisVersions, RecordThatJustFitsItsSlotStays)
 {
     Put(StoredImage("outgrown"));
