@@ -90,7 +90,9 @@ TEST_F(PersisExport, LyingHeaderEnds)
     Save(cities, 1);
     Patch(24 + 36 + 8, "ffffffff");
     Patch(24 + 48 + 8, "00000000");
+    const std::string before = Bytes();
     EXPECT_THAT(Export("cities", "plain"), HasSubstr("Exported records       : 0\n"));
+    EXPECT_EQ(ToHex(Bytes()), ToHex(before));
 }
 
 TEST_F(PersisExport, EmptyFileExportsNothing)

@@ -335,6 +335,7 @@ TEST_F(PersisHostile, OpeningAndClosingLeavesNoDescriptor)
         EXPECT_EQ(LoadAnew().size(), 3U);
         CPersFile wrong(PERS_COUNTRY_CODE, "cities", city_size);
         EXPECT_EQ(wrong.Open(DO_NOT_RENAME), 0);
+        EXPECT_EQ(descriptors(), before);
         cities.Open(DO_NOT_RENAME);
         cities.Open(DO_NOT_RENAME);
         cities.Close();

@@ -1,10 +1,6 @@
 // Record files as a table uses them: what stands on disk, which slots are used, and what is told.
 #include "support/record_file.h"
 
-#include "persis/table_pers_file.h"
-
-#include <fstream>
-
 using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -205,6 +201,29 @@ TEST_F(Persis, RecordIsReadAsItWasSaved)
     EXPECT_EQ(cities.Load_Record(6, value.data(), identity.data()), 0);
 }
 
+TEST_F(Persis, WhatAnotherWroteIsSeen)
+{
+    SaveUpTo(1);
+    std::string value(8, '?');
+    EXPECT_EQ(cities.Load_Record(1, value.data(), nullptr), 1);
+    Patch(DataAt(1) + 60, ToHex("CHANGED!"));
+    EXPECT_EQ(cities.Load_Record(1, value.data(), nullptr), 1);
+    EXPECT_EQ(value, "CHANGED!");
+    unsigned slot = 1;
+    EXPECT_EQ(cities.Load_Next_Record(&slot, value.data(), nullptr), 1);
+    Patch(DataAt(1) + 60, ToHex("AND ANEW"));
+    EXPECT_THAT(Load(cities), ElementsAre("1 AND ANEW 4433221188776655"));
+}
+
+TEST_F(Persis, LoadTriesThreeSlotsBehindTheHighest)
+{
+    Save(cities, 1);
+    Save(cities, 4);
+    Patch(24 + 36 + 8, "01000000"); // as if the header had not been written any more
+    EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655", "4 RECORD-4 4433221188776655"));
+    EXPECT_EQ(BytesAt(24 + 36 + 8, 4), "04000000");
+}
+
 TEST_F(Persis, ClosedFileDoesNothing)
 {
     SaveUpTo(1);
@@ -357,71 +376,6 @@ TEST_F(Persis, DumpShowsRecordsAndChangesNothing)
     EXPECT_THAT(dump, testing::HasSubstr("Version              : 101\n"));
     EXPECT_THAT(dump, testing::Not(testing::HasSubstr("Unreliable record content!!")));
     EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("versions")));
-}
-
-// ---- Behind a table --------------------------------------------------------------------------------------------
-
-class PersisTable : public RecordFileTest
-{
-protected:
-    std::unique_ptr<qapi::PersTableFile> OpenTable(unsigned size = city_size)
-    {
-        return qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", size);
-    }
-    static Texts LoadTable(qapi::PersTableFile& file)
-    {
-        Texts live;
-        file.Load([&](unsigned number, std::span<const char> data, std::span<const char> identity) {
-            live.push_back(std::to_string(number) + " " + std::string(data.data(), data.size()) + " " +
-                           ToHex({identity.data(), identity.size()}));
-        });
-        return live;
-    }
-};
-
-TEST_F(PersisTable, LoadsLiveRecordsWithSlotAndIdentity)
-{
-    Put(StoredImage("deleted_slot"));
-    const auto table = OpenTable();
-    EXPECT_THAT(LoadTable(*table), ElementsAre("2 RECORD-2 0300000004000000"));
-    EXPECT_FALSE(table->Check_Forced_Save());
-    EXPECT_EQ(table->Get_Next_Free(), 1U);
-    table->Save_Record(1, "RECORD-3", "\5\0\0\0\6\0\0\0");
-    EXPECT_THAT(LoadTable(*OpenTable()), ElementsAre("1 RECORD-3 0500000006000000", "2 RECORD-2 0300000004000000"));
-}
-
-TEST_F(PersisTable, RecordThatDoesNotFitStartsTheFileAfresh)
-{
-    Put(StoredImage("one_record"));
-    const std::string value(50, 'v');
-    const auto table = OpenTable(50);
-    LoadTable(*table);
-    EXPECT_FALSE(table->Check_Forced_Save());
-    table->Save_Record(1, value.data(), "identity");
-    EXPECT_TRUE(table->Check_Forced_Save());
-    table->Save_Record(1, value.data(), "identity");
-    EXPECT_FALSE(table->Check_Forced_Save());
-    EXPECT_THAT(LoadTable(*OpenTable(50)), ElementsAre("1 " + value + " " + ToHex("identity")));
-    EXPECT_EQ(BytesAt(24 + 48 + 8, 4), "2c010000");
-}
-
-TEST_F(PersisTable, FullDiskIsToldOnce)
-{
-    const auto table = OpenTable();
-    const FileSizeLimit full(112);
-    for (unsigned number = 1; number < 4; ++number) {
-        table->Save_Record(table->Get_Next_Free(), "RECORD-1", "identity");
-    }
-    table->Delete_Record(2);
-    EXPECT_THAT(ReportTexts::Take(),
-                ElementsAre(testing::StartsWith("1 Record 1 could not be written to the file cities, error = ")));
-}
-
-TEST_F(PersisTable, FileThatDoesNotOpenIsNull)
-{
-    std::filesystem::create_directory("cities");
-    EXPECT_EQ(OpenTable(), nullptr);
-    EXPECT_EQ(errno, EISDIR);
 }
 
 } // namespace

@@ -144,6 +144,19 @@ TEST_F(PersisVersions, NewVersionThatOutgrewItsSlotIsReadAndStartsTheFileAfresh)
     EXPECT_THAT(LoadAnew(39), ElementsAre("1 " + std::string(39, 'v') + " 4433221188776655"));
 }
 
+TEST_F(PersisVersions, FileThatCannotBeSetAsideIsToldAndStays)
+{
+    std::filesystem::create_directories("cities.old/in the way");
+    Put(StoredImage("outgrown"));
+    CPersFile longer(PERS_CITY_CODE, "cities", 39);
+    longer.Open(DO_NOT_RENAME);
+    Load(longer);
+    EXPECT_EQ(longer.Check_Forced_Save(), 1);
+    EXPECT_EQ(Save(longer, 1, std::string(39, 'v')), 0);
+    EXPECT_EQ(Bytes().size(), StoredImage("outgrown").size());
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 The file \"cities\" could not be opened, error = 21\n"));
+}
+
 TEST_F(PersisVersions, RecordThatJustFitsItsSlotStays)
 {
     Put(StoredImage("outgrown"));
@@ -200,6 +213,15 @@ TEST_F(PersisVersions, BehindItsLoadTheFileIsNative)
                                   "0300000004000000");
     EXPECT_EQ(BytesAt(HeaderAt(1), 228), ToHex(StoredImage("one_record").substr(258, 228)));
     EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
+TEST_F(PersisVersions, HeaderOfAForeignFileIsWrittenBehindItsLoad)
+{
+    Put(StoredImage("other_byte_order").substr(0, 486)); // without the deleted slot, whose count writes it as well
+    Patch(24 + 36 + 8, "00000001");
+    qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", city_size)->Load([](auto...) {});
+    EXPECT_EQ(BytesAt(24, 12), "01000000040000007f000000");
+    EXPECT_EQ(BytesAt(24 + 36, 12), "040000000400000001000000");
 }
 
 TEST_F(PersisVersions, TurningThatWasCutOffGoesOn)

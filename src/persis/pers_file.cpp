@@ -96,7 +96,8 @@ void CPersFile::Repair_Header()
     if (distance == 0 && m_rec_size == 0) {
         distance = least_distance; // a reader stores none
     }
-    const std::uint64_t slots = m_h.size() / (distance != 0 ? distance : m_rec_size + PERSIS_RECORD_OVERHEAD);
+    const std::uint64_t slots =
+        m_h.size() / (distance != 0 ? distance : std::uint64_t{m_rec_size} + PERSIS_RECORD_OVERHEAD);
     unsigned& highest = m_header.max_number_of_records;
     if (highest > slots + unreadable_slots) {
         PERSIS_Report_Error(1, "File %s has a damaged header, highest record %u\n", m_file_name, highest);
@@ -237,7 +238,9 @@ int CPersFile::Check_Forced_Save()
     }
     Close();
     m_header.Clean();
-    Open(OPEN_RENAME_FILE);
+    if (Open(OPEN_RENAME_FILE) == 0) {
+        PERSIS_Report_Error(1, PERSIS_FILE_ERROR, m_file_name, static_cast<unsigned>(errno));
+    }
     m_save_file_again = 0;
     return 1;
 }

@@ -26,7 +26,7 @@ inline constexpr int PERSIS_VERSION_CONFCUPOS = 108;
 
 inline constexpr int PERSIS_BUFFER_MAX_SIZE = 3300; // bytes of the items of a block, and so of a record's value
 
-// The host of a process that has no record table may print it; %u is errno.
+// Name, and errno.
 inline constexpr const char* PERSIS_FILE_ERROR = "The file \"%s\" could not be opened, error = %u\n";
 
 // Who is told of errors: a text that the function may write into, and a level. Null: they become reports of code 1.

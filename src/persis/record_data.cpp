@@ -91,6 +91,11 @@ void CRecord_Data::Review_Limit(unsigned number, int number_type)
     }
 }
 
+unsigned CRecord_Data::File_Code() const
+{
+    return cf_p->Last_CFile_Header != nullptr ? cf_p->Last_CFile_Header->saved_file_code : 0;
+}
+
 void CRecord_Data::Serialize()
 {
     Set_Int(PERSIS_RECORDDATA_VERSION, version);
@@ -116,8 +121,8 @@ int CRecord_Data::Save_Header(unsigned np)
     header->record_length = rec_size_defined;
     const int length = header->Write_Data(0);
     if (length > static_cast<int>(MESSAGE_HEADER_ALLOCATED_SIZE)) {
-        PERSIS_Report_Error(3, "Some data could not be written to the file's header, size %d file code %u\n", length,
-                            cf_p->Last_CFile_Header->saved_file_code);
+        PERSIS_Report_Error(3, "Some data could not be written to the file's header, size %u file code %u\n",
+                            static_cast<unsigned>(length), File_Code());
     }
     Set_Position(Place_Of(np) + MESSAGE_HEADER_ALLOCATED_SIZE);
     return length != 0 ? 1 : 0;
@@ -154,8 +159,7 @@ int CRecord_Data::Refuse_Too_Long(int length)
         new_version_detected = NEW_VERSION_UPDATE_FORCED;
     } else {
         PERSIS_Report_Error(3, "Some data could not be written to the file, size %u file code %u\n",
-                            static_cast<unsigned>(length),
-                            cf_p->Last_CFile_Header != nullptr ? cf_p->Last_CFile_Header->saved_file_code : 0);
+                            static_cast<unsigned>(length), File_Code());
     }
     return MUST_SAVE_ALL_FILE_AGAIN;
 }

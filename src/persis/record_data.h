@@ -86,6 +86,7 @@ protected:
 private:
     [[nodiscard]] std::uint64_t Place_Of(unsigned np) const { return std::uint64_t{rec_data_length} * np; }
     [[nodiscard]] int Room_In_Slot() const;
+    [[nodiscard]] unsigned File_Code() const;
     int Write_In_Slot(unsigned np);
     int Refuse_Too_Long(int length);
     int Convert(unsigned np);
