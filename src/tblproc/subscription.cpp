@@ -231,15 +231,15 @@ void TBLPROC_Check_Referenced_Table(int table_type)
 void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer)
 {
     constexpr int triple = 12;
+    constexpr int most_listed = 2800 / triple; // what DATA_INFO has room for
     bool& awaits_list = L_awaits_list[static_cast<std::size_t>(TBLEQUIV_Row(table_type).type_id)];
     if (!awaits_list || table == nullptr) {
         return;
     }
     CGTHeader& header = *Glb_cur_gt_header;
     header.Init();
-    const char* data = header[DATA_INFO].Get_Ptr();
-    const int held = header[DATA_INFO].Readable(data) / triple;
-    const int listed = std::min<int>(static_cast<unsigned short>(static_cast<unsigned>(header[REC_NUM])), held);
+    const char* data = The_Receive_Buffer->data() + GTABLE_MSG_HEADER_SIZE;
+    const int listed = std::min<int>(static_cast<unsigned short>(static_cast<unsigned>(header[REC_NUM])), most_listed);
     L_listed_code = static_cast<int>(static_cast<unsigned>(header[DATA_CODE]));
     const ReplicaLock lock;
     for (int i = 0; i < listed; ++i, data += triple) {
