@@ -106,7 +106,8 @@ constexpr SystemCalls real_system{.ticks = real_ticks,
                                   .wait = real_wait,
                                   .wait_ready = real_wait_ready,
                                   .random_bytes = real_random_bytes,
-                                  .local_addresses = real_local_addresses};
+                                  .local_addresses = real_local_addresses,
+                                  .sync_data = fdatasync};
 
 constinit std::atomic<const SystemCalls*> system_in_force{&real_system};
 

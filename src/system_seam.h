@@ -1,4 +1,5 @@
-// What the library asks of the operating system and a test has to replace: clock, waiting, random bytes, host names.
+// What the library asks of the operating system and a test has to replace: clock, waiting, random bytes, host names,
+// the wait for the disk.
 // Everything else calls these through System(); a test installs a copy with some functions exchanged before it starts
 // threads, and takes it out after they have ended.
 #pragma once
@@ -36,6 +37,9 @@ struct SystemCalls
 
     // Texts of this machine's own addresses, in the resolver's order; false if the look-up failed. May take seconds.
     bool (*local_addresses)(std::vector<std::string>& texts);
+
+    // Returns when the file's bytes are on the disk: what fdatasync returns.
+    int (*sync_data)(int descriptor);
 };
 
 // The calls in force.

@@ -1,5 +1,7 @@
 #include "support/config_fixture.h"
 
+#include "record_io.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -266,6 +268,16 @@ TEST_F(Directive, LastProcessedMessageIsTheFirstLetter)
 {
     ASSERT_EQ(apply("log_last_processed_message First\n"), 0);
     EXPECT_EQ(Glb_log_last_processed_message, 'F');
+}
+
+TEST_F(Directive, SyncFilesIsOffUnlessItIsANumberButZero)
+{
+    ASSERT_EQ(apply(""), 0);
+    EXPECT_EQ(Glb_sync_files, 0);
+    ASSERT_EQ(apply("sync_files 1\n"), 0);
+    EXPECT_EQ(Glb_sync_files, 1);
+    ASSERT_EQ(apply("sync_files = 0\n"), 0);
+    EXPECT_EQ(Glb_sync_files, 0);
 }
 
 TEST_F(Directive, SpanishComesInAnyCase)

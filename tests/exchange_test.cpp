@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -374,6 +375,92 @@ TEST_F(ExchangeTest, APreviousDateRaisesPersistentEntriesAndSetsTheOthers)
     std::strcpy(Glb_Prev_Date_Log_Req, "20261101");
     EXPECT_THAT(entries_of_request(), ElementsAre(entry('P', "AB", "20261118", 70), entry('A', "AB", "20261101", 0),
                                                   entry('B', "AB", "20261101", 0)));
+}
+
+// A process with files beside its running log, and the next one over them.
+class ExchangeAcrossRestarts : public ExchangeTest
+{
+protected:
+    ExchangeAcrossRestarts() { restart(); }
+    ~ExchangeAcrossRestarts() override { LOG_End(); }
+
+    void restart()
+    {
+        LOG_End();
+        Start();
+        LOG_Msg_Init();
+        COMMON_Put_Last_Sent_Date("20261120");
+    }
+};
+
+TEST_F(ExchangeAcrossRestarts, TheRequestIsTheOneThatTheProcessBeforeWouldHaveMade)
+{
+    log_knows("AB", 0, "20261120", 70, true);
+    log_knows("AB", 1, "20261119", 80, true);
+    log_knows("AB", 2, "20261120", 90, true);
+    const auto before = entries_of_request();
+    restart();
+    EXPECT_EQ(entries_of_request(), before);
+    EXPECT_THAT(before, ElementsAre(entry('P', "AB", "20261120", 70), entry('A', "AB", "20261119", 80),
+                                    entry('B', "AB", "20261120", 90)));
+}
+
+TEST_F(ExchangeAcrossRestarts, TheDirectiveChoosesAmongTheNumbersOfTheFile)
+{
+    log_knows("AB", 1, "20261120", 80, true);
+    log_knows("AB", 1, "20261120", 81, false);
+    log_knows("AB", 1, "20261120", 82, true);
+    restart();
+    std::string last;
+    for (const char letter : {'L', 'F', 'N', 'Q'}) {
+        Glb_log_last_processed_message = letter;
+        last += std::to_string(static_cast<unsigned char>(entries_of_request().at(1)[17])) + " ";
+    }
+    EXPECT_EQ(last, "82 80 0 0 ");
+}
+
+TEST_F(ExchangeAcrossRestarts, PersistentMessagesGoOnBehindTheLastFinishedOneWhateverTheDirective)
+{
+    log_knows("AB", 0, "20261120", 70, true);
+    log_knows("AB", 0, "20261120", 71, false);
+    log_knows("AB", 0, "20261120", 72, true);
+    restart();
+    EXPECT_EQ(entries_of_request().at(0), entry('P', "AB", "20261120", 70));
+    Glb_suscribed_message[133] = 1;
+    EXPECT_EQ(entries_of_request().at(0), entry('P', "AB", "20261120", 0));
+    Glb_suscribed_message[133] = 0;
+}
+
+TEST_F(ExchangeAcrossRestarts, AFileOlderThanSevenDaysIsAskedForFromThere)
+{
+    log_knows("AB", 0, "20261101", 70, true);
+    log_knows("AB", 1, "20261101", 80, true);
+    restart();
+    EXPECT_THAT(entries_of_request(), ElementsAre(entry('P', "AB", "20261113", 0), entry('A', "AB", "20261101", 80),
+                                                  entry('B', "AB", std::string(8, '\0'), 0)));
+}
+
+TEST_F(ExchangeAcrossRestarts, AFileOfADayToComeIsAskedForFromItsBeginning)
+{
+    log_knows("AB", 0, "20271231", 70, true);
+    log_knows("AB", 1, "20271231", 80, true);
+    restart();
+    EXPECT_THAT(entries_of_request(), ElementsAre(entry('P', "AB", "20271231", 0), entry('A', "AB", "20261120", 0),
+                                                  entry('B', "AB", std::string(8, '\0'), 0)));
+}
+
+// Its place in the request stays, without a number.
+TEST_F(ExchangeAcrossRestarts, AServerWithoutFilesIsAskedForFromItsBeginning)
+{
+    LOG_End();
+    std::filesystem::create_directory(scratch.path("qapi.CD00.log"));
+    COMMON_Set_Code_Data_Servers_List(1, "DSCD");
+    restart();
+    log_knows("AB", 1, "20261120", 80, true);
+    log_knows("CD", 1, "20261120", 80, true);
+    const auto entries = entries_of_request();
+    EXPECT_EQ(entries.at(2), entry('A', "AB", "20261120", 80));
+    EXPECT_EQ(entries.at(3), entry('A', "CD", std::string(8, '\0'), 0));
 }
 
 TEST_F(ExchangeTest, ARequestHoldsTwelveServersAndReportsTheRest)

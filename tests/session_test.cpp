@@ -312,6 +312,49 @@ TEST_F(SessionRunTest, UnfinishedRecordsGoWithTheirConnectionAndTheirRepeatsAreR
     EXPECT_EQ(host.count_of("message "), 2);
 }
 
+TEST_F(SessionRunTest, WhatWasNotFinishedIsCountedInTheLogWhenTheConnectionCloses)
+{
+    log_in();
+    bring_up();
+    peer.send_order(order_of(1));
+    peer.send_order(order_of(2));
+    announced("Orden_Transaccion", 2);
+    peer.stop_listening();
+    peer.reset();
+    ASSERT_TRUE(host.wait_for("status 20 Disconnected"));
+    EXPECT_EQ(host.Logout(), 0);
+    EXPECT_NE(scratch.read("qapi.log")
+                  .find("Messages not finished when the connection closed: 2. Repeats of them are "
+                        "refused until the next login."),
+              std::string::npos);
+}
+
+TEST_F(SessionRunTest, ALoginGoesOnBehindTheFilesOfTheOneBefore)
+{
+    log_in();
+    bring_up();
+    peer.send_order(order_of(1));
+    EXPECT_EQ(host.finish("Orden_Transaccion", announced("Orden_Transaccion")), 0);
+    peer.send_order(order_of(2));
+    announced("Orden_Transaccion", 2);
+    EXPECT_EQ(log_out(), 0);
+
+    log_in();
+    peer.accept();
+    peer.expect_login();
+    peer.accept_login();
+    peer.send_range();
+    peer.serve_primary_tables();
+    EXPECT_EQ(peer.expect_log_request().entries.at(1),
+              (market::LogRequest::Entry{.log = 'A', .server = "AB", .date = "20260115", .last_message = 1}));
+    peer.expect_presence();
+    peer.expect_version();
+    peer.first_log = {market::Make(order_of(1)), market::Make(order_of(2)), market::Make(order_of(3))};
+    peer.play_log_rounds();
+    announced("Orden_Transaccion", 4);
+    EXPECT_EQ(host.count_of("message Orden_Transaccion "), 4); // the second time without number 1
+}
+
 TEST_F(SessionRunTest, TheSecondServerIsLoggedInToUnderItsOwnCode)
 {
     SessionPeer second;

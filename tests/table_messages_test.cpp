@@ -397,6 +397,15 @@ TEST_F(ServerList, DataServersJoinThoseThatAreKnown)
     EXPECT_EQ(managers(), "");
 }
 
+// The code is a part of file names.
+TEST_F(ServerList, ACodeThatIsNoNameIsReportedAndDoesNotJoin)
+{
+    COMMON_Set_Code_Data_Servers_List(1, "DS01");
+    Receive(list('I', 5, 3, std::string("DS/BDS02DS\0\0", 12)));
+    EXPECT_EQ(servers(), "DS01DS02");
+    EXPECT_EQ(ReportTexts::Take().size(), 2U);
+}
+
 // A message of a server that isn't known counts as handled.
 TEST_F(ServerList, MessagesOfAServerThatJoinedAreHandled)
 {

@@ -3,6 +3,7 @@
 
 #include "log.h"
 #include "message_names.h"
+#include "record_io.h"
 #include "transport/dcon.h"
 
 #include <algorithm>
@@ -155,6 +156,12 @@ bool log_last_processed_message(const char* value, ConfigFile&)
     return true;
 }
 
+bool sync_files(const char* value, ConfigFile&)
+{
+    Glb_sync_files = config_number(value) != 0 ? 1 : 0;
+    return true;
+}
+
 // English asks for its own letters, Spanish for none in particular: files in use rely on both.
 bool language(const char* value, ConfigFile&)
 {
@@ -230,6 +237,7 @@ constexpr Directive directives[] = {
     {"password",                   password},
     {"send_msg_delay_millisec",    send_msg_delay_millisec},
     {"log_last_processed_message", log_last_processed_message},
+    {"sync_files",                 sync_files},
     {"testing_file",               testing_file},
     {"testing_output_file",        testing_output_file},
     {"testing_start",              keep_replay_text<Glb_logging_start>},

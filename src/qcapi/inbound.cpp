@@ -8,6 +8,7 @@
 #include "message_names.h"
 #include "outbound/send_queue.h"
 #include "reader/messages.h"
+#include "reader/processed_log.h"
 #include "reader/views.h"
 #include "session.h"
 #include "session/exchange.h"
@@ -82,6 +83,7 @@ void connection_opened(Inbound_Record& record)
 void clean_tables()
 {
     Clear_Tables_Of_The_Connection(*The_Mailbox_Mutex);
+    LOG_Tell_Pending();
 }
 
 void no_tables() {}

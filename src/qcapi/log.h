@@ -38,7 +38,7 @@ void* LOG_Process(void* unused);
 // Writes what waits in Glb_Log_Mss, in the calling thread. For the times when no log thread runs.
 void LOG_Write_Pending();
 
-// Writes what waits and closes the log. Safe to run twice.
+// Writes what waits and closes the log, and before it the files of processed messages. Safe to run twice.
 void LOG_End();
 
 // Queues a message record. `label` is cut at 72 bytes; `source` and `extra` (20 bytes) may be null. Any thread.

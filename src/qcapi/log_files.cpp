@@ -118,6 +118,11 @@ void LOG_Rename_Log_Files(const char* path)
     }
 }
 
+std::string LOG_create_ds_log_name(const std::string& path, const char* code, int log_type)
+{
+    return stem_of(path) + "." + std::string(code, 2) + "0" + std::to_string(log_type) + ".log";
+}
+
 void LOG_Check_Log_Files_Renaming(const char* path)
 {
     if (LOG_Is_File_Same_Date(path, last_day_seen()) == 0) {

@@ -92,6 +92,8 @@ public:
 
     void write(const Burst& burst);
     void close();
+    void forget_path() { m_path.clear(); }
+    [[nodiscard]] const std::string& path() const { return m_path; }
 
 private:
     bool open();
@@ -174,6 +176,7 @@ ProcessLifetime<RunningLogFile> log_file GUARDED_BY(file_lock){[] { return new R
 ProcessLifetime<Burst> log_burst GUARDED_BY(file_lock){[] { return new Burst; }};
 std::atomic<bool> log_is_open{false};
 std::atomic<int> log_threads{0}; // running LOG_Process
+std::atomic<void (*)()> close_other_files{nullptr};
 
 // Returns the last status taken, -1 if nothing waited. The day is looked at after the records were taken, so a record
 // that was stamped on a new day never stands in the old day's file.
@@ -251,8 +254,23 @@ void LOG_Write_Pending()
 
 void LOG_End()
 {
+    if (auto* const close_files = close_other_files.load()) {
+        close_files();
+    }
     const MutexLock lock(file_lock);
     log_is_open.store(false); // first: what came after the last look would wait in the ring for the next log
     write_pending();
     log_file->close();
+    log_file->forget_path();
+}
+
+std::string LOG_Path()
+{
+    const MutexLock lock(file_lock);
+    return log_file->path();
+}
+
+void qapi::Set_Log_End_Sink(void (*close_files)())
+{
+    close_other_files.store(close_files);
 }

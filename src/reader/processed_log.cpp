@@ -6,13 +6,23 @@
 #include "mutex.h"
 #include "process_lifetime.h"
 #include "qcapi/config.h"
+#include "qcapi/errors.h"
+#include "qcapi/log.h"
+#include "qcapi/log_file.h"
+#include "qcapi/log_files.h"
 #include "qcapi/support.h"
+#include "reader/processed_file.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <optional>
 #include <set>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -28,15 +38,16 @@ constexpr int priority_at = 6; // in the transport envelope
 constexpr char yes = 'S';
 constexpr char first_letter = 'A';
 
-using Date = std::array<char, 8>;
-
-// A message among those of its server and type; in the order of its bytes a date is in the order of days.
+// A message among those of its server and type.
 struct CRecNum
 {
-    Date date;
+    MessageDate date;
     std::uint32_t number;
 
-    friend auto operator<=>(const CRecNum&, const CRecNum&) = default; // NOLINT(modernize-use-nullptr): none is here
+    friend bool operator<(const CRecNum& one, const CRecNum& other)
+    {
+        return one.date == other.date ? one.number < other.number : one.date < other.date;
+    }
 };
 
 struct LOG_DATA_SERVER_STRUCT
@@ -44,7 +55,8 @@ struct LOG_DATA_SERVER_STRUCT
     std::set<CRecNum> proc_msgs; // given to the host and not finished yet
     std::uint32_t last_recv_num_message = 0;
     std::uint32_t last_proc_num_message = 0;
-    Date last_received_date{};
+    MessageDate last_received_date;
+    std::shared_ptr<ProcessedFile> file; // null if nothing outlives the process
 };
 
 struct Server
@@ -70,7 +82,7 @@ Servers& servers() REQUIRES(L_proc_messages)
 CRecNum key_of(const char* header)
 {
     CRecNum key{{}, load_le<std::uint32_t>(header + number_at)};
-    std::copy_n(header + date_at, key.date.size(), key.date.begin());
+    std::copy_n(header + date_at, key.date.bytes.size(), key.date.bytes.begin());
     return key;
 }
 
@@ -125,30 +137,144 @@ void done(LOG_DATA_SERVER_STRUCT& log, const CRecNum& key, bool finished)
     }
 }
 
+// ---- What the files know ---------------------------------------------------------------------------------------
+
+bool is_date(const MessageDate& date)
+{
+    return std::all_of(date.bytes.begin(), date.bytes.end(), ascii_digit);
+}
+
+// A damaged date in a record may be above all others: it would refuse the message of its number on every day to come.
+bool is_in_file(const LOG_DATA_SERVER_STRUCT& log, const CRecNum& key)
+{
+    const auto record = log.file != nullptr ? log.file->Log_Take_Header(offset_of_message(key.number)) : std::nullopt;
+    return record && record->num_message_proc == 1 &&
+           (record->message_date == key.date || (key.date < record->message_date && is_date(record->message_date)));
+}
+
+LOG_HEADER file_header_of(const LOG_DATA_SERVER_STRUCT& log)
+{
+    return {log.last_recv_num_message, log.last_proc_num_message, log.last_received_date};
+}
+
+// A file without a whole header gets one of zeros. So does one whose date is none: it would be asked for. All messages
+// are asked for then, and those that have their records are refused.
+void take_up(LOG_DATA_SERVER_STRUCT& log)
+{
+    const auto header = log.file->Log_Take_Header(offset_of_file_header);
+    if (header && (is_date(header->message_date) || header->message_date == MessageDate{})) {
+        log.last_recv_num_message = header->num_message;
+        log.last_proc_num_message = header->num_message_proc;
+        log.last_received_date = header->message_date;
+        return;
+    }
+    if (!log.file->Is_New()) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES,
+                                  "The header of the following log file was damaged and starts again %s",
+                                  log.file->Path().c_str());
+    }
+    log.file->Log_Update_Header(file_header_of(log));
+}
+
+// ---- Servers ---------------------------------------------------------------------------------------------------
+
+// A server's code may have come over the wire.
+bool may_stand_in_a_name(const std::array<char, 2>& code)
+{
+    return std::all_of(code.begin(), code.end(), [](char c) { return c >= ' ' && c <= '~' && c != '/'; });
+}
+
+bool open_file(LOG_DATA_SERVER_STRUCT& log, const std::string& path)
+{
+    log.file = ProcessedFile::Open(path);
+    if (log.file == nullptr) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES, QAPI_ERR_COULDNT_USE_LOG_FILES_TXT, path.c_str());
+        return false;
+    }
+    take_up(log);
+    return true;
+}
+
+// Without a running log there is no place for files.
+bool open_files(Server& server)
+{
+    const std::string running_log = LOG_Path();
+    for (int type = 0; type < LOG_TYPES && !running_log.empty(); ++type) {
+        const std::string path = LOG_create_ds_log_name(running_log, server.codigo_dataserver.data(), type);
+        if (!open_file(server.types[static_cast<std::size_t>(type)], path)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool open_server(Server& server, const char* code)
+{
+    std::copy_n(code + 2, server.codigo_dataserver.size(), server.codigo_dataserver.begin());
+    if (!may_stand_in_a_name(server.codigo_dataserver)) {
+        COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES,
+                                  "The code of a data server can't stand in a file name: %02X %02X %02X %02X",
+                                  static_cast<unsigned char>(code[0]), static_cast<unsigned char>(code[1]),
+                                  static_cast<unsigned char>(code[2]), static_cast<unsigned char>(code[3]));
+        return false;
+    }
+    server.is_known = open_files(server);
+    return server.is_known;
+}
+
+// Returns the file that the message was written to, if any: the disk is waited for outside the lock.
+std::shared_ptr<ProcessedFile> finish_or_skip(const char* header, bool finished)
+{
+    const CRecNum key = key_of(header);
+    const MutexLock lock(L_proc_messages);
+    LOG_DATA_SERVER_STRUCT* log = Log_Find_Data_Server(header);
+    if (log == nullptr) {
+        return nullptr;
+    }
+    COMMON_Put_Last_Sent_Date(key.date.bytes.data());
+    if (key.number == 0) {
+        return nullptr;
+    }
+    done(*log, key, finished);
+    if (log->file != nullptr) {
+        log->file->Log_Processed_Record(key.number, key.date, file_header_of(*log));
+    }
+    return log->file;
+}
+
 } // namespace
+
+void Log_Close_Files()
+{
+    const MutexLock lock(L_proc_messages);
+    servers() = {};
+}
 
 void LOG_Msg_Init()
 {
-    {
-        const MutexLock lock(L_proc_messages);
-        servers() = {};
-    }
+    Set_Log_End_Sink(Log_Close_Files);
+    Log_Close_Files();
+    bool all_opened = true;
     for (int server = 0; server < glb_dss_counter; ++server) {
-        LOG_DS_Files_Init(server);
+        all_opened &= LOG_DS_Files_Init(server) == 1;
+    }
+    if (all_opened) {
+        static const int exit_hook = std::atexit(LOG_End);
+        static_cast<void>(exit_hook);
     }
 }
 
+// The files are opened outside the lock: hosts finish messages meanwhile.
 int LOG_DS_Files_Init(int ds_index)
 {
     if (ds_index < 0 || ds_index >= DCON_MAX_DS_SERVERS) {
         return 1;
     }
+    Server server;
+    const bool opened = open_server(server, glb_dss[ds_index]);
     const MutexLock lock(L_proc_messages);
-    Server& server = servers()[static_cast<std::size_t>(ds_index)];
-    server = {};
-    server.is_known = true;
-    std::copy_n(glb_dss[ds_index] + 2, server.codigo_dataserver.size(), server.codigo_dataserver.begin());
-    return 1;
+    servers()[static_cast<std::size_t>(ds_index)] = opened ? std::move(server) : Server();
+    return opened ? 1 : 0;
 }
 
 int LOG_Is_Processed_Record(void* header, char* extra)
@@ -164,7 +290,7 @@ int LOG_Is_Processed_Record(void* header, char* extra)
     }
     const MutexLock lock(L_proc_messages);
     const LOG_DATA_SERVER_STRUCT* log = Log_Find_Data_Server(bytes);
-    return log == nullptr || log->proc_msgs.contains(key) ? 1 : 0;
+    return log == nullptr || log->proc_msgs.contains(key) || is_in_file(*log, key) ? 1 : 0;
 }
 
 void LOG_Register_Record(const char* header)
@@ -184,15 +310,32 @@ void LOG_Update_Last_Proc_Message(const char* header, int finished)
     if (header[untracked_at] == yes) {
         return;
     }
-    const CRecNum key = key_of(header);
-    const MutexLock lock(L_proc_messages);
-    LOG_DATA_SERVER_STRUCT* log = Log_Find_Data_Server(header);
-    if (log == nullptr) {
+    const ReportHold reports_wait;
+    const auto file = finish_or_skip(header, finished == 1);
+    if (file == nullptr || finished != 1) {
         return;
     }
-    COMMON_Put_Last_Sent_Date(key.date.data());
-    if (key.number != 0) {
-        done(*log, key, finished == 1);
+    if (const int error = file->Sync(); error != 0) {
+        const MutexLock lock(L_proc_messages);
+        file->Tell(error);
+    }
+}
+
+void LOG_Tell_Pending()
+{
+    std::size_t pending = 0;
+    {
+        const MutexLock lock(L_proc_messages);
+        for (const Server& server : servers()) {
+            for (const LOG_DATA_SERVER_STRUCT& log : server.types) {
+                pending += log.proc_msgs.size();
+            }
+        }
+    }
+    if (pending != 0) {
+        LOG_Text("-Messages not finished when the connection closed: %zu. Repeats of them are refused until the next "
+                 "login.",
+                 pending);
     }
 }
 
@@ -203,11 +346,11 @@ unsigned LOG_Get_Last_Processed_Message(int ds_index, int log_type, char* date, 
     }
     const MutexLock lock(L_proc_messages);
     const Server& server = servers()[static_cast<std::size_t>(ds_index)];
-    if (!server.is_known) {
+    if (!server.is_known && ds_index >= glb_dss_counter) {
         return 1;
     }
     const LOG_DATA_SERVER_STRUCT& log = server.types[static_cast<std::size_t>(log_type)];
-    std::memcpy(date, log.last_received_date.data(), log.last_received_date.size());
+    std::memcpy(date, log.last_received_date.bytes.data(), log.last_received_date.bytes.size());
     *last_proc = log.last_proc_num_message;
     return log.last_recv_num_message;
 }

@@ -6,29 +6,43 @@
 //      1     B    others of a priority up to 79
 //      2     C    others
 //
-// What is known is in memory: it begins with the process, so a message that was finished before may come again. A
-// message without a number (0) is neither pending nor counted.
+// What is known stands in memory and, while there is a running log, in three files a server beside it, so that it
+// outlives the process: docs/file_formats.md. A message without a number (0) is neither pending nor counted nor
+// written.
 //
 // `header` points to a message's CABEZA, 80 bytes. Any thread, but where a line says otherwise.
 #pragma once
 
 inline constexpr int LOG_TYPES = 3;
 
-// Knows the configured servers and nothing of their messages. Before threads start.
+// Opens the files of all configured servers and takes up what they know; nothing is pending. A server whose files can't
+// be opened, or whose code can't stand in a file name, is reported and left out: its messages need no handling, those
+// of the others go on. Behind the first pass without that the files are closed when the process exits. Before threads
+// start.
 void LOG_Msg_Init();
 
-// One server that became known later, by its index in glb_dss. Returns 1. For the reader.
+// The same for one server, by its index in glb_dss, while others finish messages. 1, or 0 behind a report. For the
+// reader.
 int LOG_DS_Files_Init(int ds_index);
 
-// 1 if the message needs no handling: a copy of it is pending, or its server is unknown. Writes the letter of its type
-// into its field LOG. `extra` is the beginning of its transport envelope, or null.
+// Closes all files and forgets all servers; LOG_End runs it.
+void Log_Close_Files();
+
+// 1 if the message needs no handling: a copy of it is pending, it was finished on its day or a later one, or its server
+// is unknown. Writes the letter of its type into its field LOG. `extra` is the beginning of its transport envelope, or
+// null.
 int LOG_Is_Processed_Record(void* header, char* extra);
 
 // The message is about to be given to the host.
 void LOG_Register_Record(const char* header);
 
-// The message is done: `finished` 1 by the host, 0 if it was never offered.
+// The message is done: `finished` 1 by the host, 0 if it was never offered. When it returns, the system has what the
+// files say of it; with sync_files and `finished` 1, the disk.
 void LOG_Update_Last_Proc_Message(const char* header, int finished);
+
+// Writes a line into the running log if messages are pending. For the reader, when their records went with the
+// connection: they hold the numbers up from then on.
+void LOG_Tell_Pending();
 
 // The date (8 bytes) and number up to which all messages are finished; returns the highest number that was received. An
 // index or type out of range gives 1 and leaves both alone.

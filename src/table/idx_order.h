@@ -60,6 +60,12 @@ public:
         }
     }
 
+    // Each idx and its position, in the order of idx.
+    template <class Function> void For_Each(Function function) const
+    {
+        m_idx_table.For_Each([&](Form::Stored key, int pos) { function(static_cast<std::uint32_t>(key), pos); });
+    }
+
     [[nodiscard]] std::size_t Size() const { return m_idx_table.Size(); }
 
 private:

@@ -125,6 +125,16 @@ public:
         return Stand(walk, spot.block, spot.found ? spot.at + 1 : spot.at);
     }
 
+    // All keys and their numbers in the order of the keys; the sequence stays as it is meanwhile.
+    template <class Function> void For_Each(Function function) const
+    {
+        for (const auto& block : m_blocks) {
+            for (std::size_t at = 0; at < block->count; ++at) {
+                function(block->keys[at], block->numbers[at]);
+            }
+        }
+    }
+
 private:
     struct Block
     {

@@ -26,6 +26,7 @@
 #include <span>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 // KEYS is a CMapKeyOrder or a CMap2KeyOrder of REC.
 template <class REC, class KEYS, class LIST> class CTable : public CTableBase
@@ -159,6 +160,23 @@ public:
                (m_room != Room::none && m_key_maps.Search_Key_Record(&newcomer, 1) == pos);
     }
 
+    // ---- The file (table/table_load.h) -------------------------------------------------------------------------
+
+    // Keeps the records in this file from here on; null: in memory alone.
+    void Assoc_To_Pers_File(std::unique_ptr<qapi::TableFile> file) { m_Pers_File = std::move(file); }
+
+    // Replaces what the table has by the records of its file, with idx values of this client's range: those of the file
+    // mean nothing.
+    void Load_Pers_File();
+
+    // ---- The dialogue by hashes (table/table_hash.h) ------------------------------------------------------------
+
+    unsigned Get_Crc32() override;
+    void Initialize_Missing_Crc32s() override;
+    void Set_Idx_For_Record_With_Env_Crc32(const IDX_ENV_CRC32_PAIR* pair, DLONG env_crc32, unsigned int idx) override;
+    void Check_Crc32_Updating(Delete_Call_Back* delete_call_back, Ask_Call_Back* ask_call_back) override;
+    void Finalize_Crc32_Updating() override;
+
     // ---- Steps of a change -------------------------------------------------------------------------------------
 
     // Takes a position; its record belongs to the table and the position from here on, and has no identity yet: one
@@ -229,8 +247,11 @@ public:
     int m_table_flag = TABLE_NOT_PUBLISHED;
     int m_confirm_status = 0;
     int m_last_operation = OPER_UNDEF;
-    std::unique_ptr<LIST> m_tn_list;              // holds the table's code
-    std::unique_ptr<qapi::TableFile> m_Pers_File; // null: the table has no file
+    int m_crc32_records_marked = 0;                // 1 once a list has been worked off, until the next hash
+    std::vector<DLONG> m_missing_Env_Crc32_List;   // that the server has and this table lacks
+    std::vector<std::uint32_t> m_missing_Idx_List; // the same, in a table that this process maintains
+    std::unique_ptr<LIST> m_tn_list;               // holds the table's code
+    std::unique_ptr<qapi::TableFile> m_Pers_File;  // null: the table has no file
 
 protected:
     // Which records go for the one that is being filled. Those that a file brings have idx values that mean nothing.
@@ -341,6 +362,29 @@ private:
         return qapi::Next_Unic_Number([this](std::uint32_t next) { return Is_Taken(next); });
     }
 
+    // ---- The file ----------------------------------------------------------------------------------------------
+
+    void Load_Record(unsigned number, std::span<const char> data_info, std::span<const char> env_crc32);
+    void Fill_From_File(REC& record, std::span<const char> data_info);
+    bool Take_Identity_Of_File(REC& record, std::span<const char> env_crc32);
+    bool Init_Changes(REC& record);
+    void Save_All_Again();
+
+    // ---- The dialogue by hashes --------------------------------------------------------------------------------
+
+    // The server's list decides, unless this process maintains the table's records, or some of them.
+    [[nodiscard]] bool Own_All() const { return (m_table_flag & TABLE_NOT_PUBLISHED) == 0; }
+    [[nodiscard]] bool Own_Some() const
+    {
+        return (m_table_flag & TABLE_PUBLISHED_TO_DS_AND_FROM_DS) == TABLE_PUBLISHED_TO_DS_AND_FROM_DS;
+    }
+    bool Is_Maintained(REC& record) { return Own_Some() ? record.Do_We_Maintain_It() != 0 : Own_All(); }
+    template <class Function> void For_Each_Used(Function function);
+    void Take_Assigned_Idx(int pos, REC& record);
+    void Ask_For_Missing(Ask_Call_Back* ask_call_back);
+    void Settle_Unlisted(int pos, REC& record);
+    void Drop_Unlisted(int pos, REC& record);
+
     // ---- Deletion ----------------------------------------------------------------------------------------------
 
     // `keys` has the keys under which the position's record is expected.
@@ -372,6 +416,12 @@ private:
             m_Pers_File->Delete_Record(record.m_unic_number);
         } else {
             m_Pers_File->Save_Record(record.m_unic_number, record[DATA_INFO].Get_Ptr(), record[ENV_CRC32].Get_Ptr());
+            if (m_Pers_File->Check_Forced_Save()) {
+                Save_All_Again();
+            }
         }
     }
 };
+
+#include "table/table_hash.h" // IWYU pragma: export
+#include "table/table_load.h" // IWYU pragma: export

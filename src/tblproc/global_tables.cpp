@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -41,7 +43,9 @@ template <auto& table> constexpr GlobalTable row(TableId id, const char* name, i
             []() -> CTableBase& { return *table; },
             [](int new_flags) { return table->Set_Table_Flag(new_flags); },
             [](int code) { table->Set_Table_Num(code); },
-            [] { table->Delete_All_Records(); }};
+            [] { table->Delete_All_Records(); },
+            [](std::unique_ptr<qapi::TableFile> file) { table->Assoc_To_Pers_File(std::move(file)); },
+            [] { table->Load_Pers_File(); }};
 }
 
 #define REPLICA_ROW(table, record, key, type) row<table>(TableId::table, #table, type, flags_of_type, replica),

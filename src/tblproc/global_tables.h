@@ -16,6 +16,7 @@
 #include "table/table_list.h"
 
 #include <cstddef>
+#include <memory>
 #include <span>
 
 // The replicas that codes lead into: table, record, key 1 (of which fields, records/key_fields.def tells), type. Those
@@ -108,6 +109,8 @@ struct GlobalTable
     int (*set_flags)(int flags); // returns those that were in force
     void (*set_code)(int code);
     void (*delete_all_records)();
+    void (*keep_in)(std::unique_ptr<TableFile> file); // from here on; null: in memory alone
+    void (*load)();                                   // what its file has, if it has one
 };
 
 // In the order of the lists above.

@@ -2,15 +2,26 @@
 
 #include "arrm.h"
 #include "global.h"
+#include "little_endian.h"
 #include "message_numbers.h"
 #include "outbound/send_queue.h"
 #include "qcapi/config.h"
 #include "qcapi/support.h"
+#include "reader/views.h"
+#include "records/all_records.h"
 #include "records/session.h"
+#include "table/table_flags.h"
+#include "tblproc/replica_lock.h"
+#include "tblproc/table_messages.h"
 #include "tblproc/tblequiv.h"
 #include "transport/inbound_door.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -32,15 +43,26 @@ void announce_requests()
     queue(request, nullptr);
 }
 
-// Asks for whole tables: the server sends every record of them, but doesn't tell of those that it deleted while this
-// client was away, so a replica that already has records may keep some of these.
+constexpr int by_hash = 2; // of start_protocol
+
+// Tables of which a list is awaited: between the question and the last list.
+std::array<bool, MAX_CODE_ID> L_awaits_list{};
+
+// The tables whose lists were worked off; nothing reads it.
+std::set<int> L_persistent_table_codes;
+
+// The code of the list that is being worked off.
+int L_listed_code = 0;
+
+// A table record of a header alone, or with values of 8 bytes behind it.
 class TableRequest
 {
 public:
-    TableRequest()
+    explicit TableRequest(char letter)
     {
         m_header[MSG_NUMBER_FIELD] = MSS_TABLA_GLOBAL;
-        m_header[I_OP].Set_Text("S");
+        m_header[I_OP].Set_Text(std::string(1, letter).c_str());
+        m_header.m_data_len = GTABLE_MSG_HEADER_SIZE;
     }
 
     void Send_For(int code)
@@ -49,9 +71,70 @@ public:
         queue(m_header, &glb_nul_dest_list_to_DS);
     }
 
+    // Counts above 65535 go out as their low 16 bits.
+    void Set_Count(unsigned count)
+    {
+        store_le<std::uint16_t>(m_bytes.data() + count_at, static_cast<std::uint16_t>(count));
+    }
+    void Set_Hash(std::uint32_t hash) { store_le<std::uint32_t>(m_bytes.data() + crc32_at, hash); }
+    void Set_Idx(std::uint32_t idx) { store_le<std::uint32_t>(m_bytes.data() + idx_at, idx); }
+    void Set_Identities(const DLONG* identities, std::size_t count)
+    {
+        char* at = m_bytes.data() + GTABLE_MSG_HEADER_SIZE;
+        for (std::size_t i = 0; i < count; ++i, at += sizeof(std::uint64_t)) {
+            store_le<std::uint32_t>(at, identities[i].low);
+            store_le<std::uint32_t>(at + sizeof(std::uint32_t), identities[i].high);
+        }
+        Set_Count(static_cast<unsigned>(count));
+        m_header.m_data_len = GTABLE_MSG_HEADER_SIZE + static_cast<int>(count * sizeof(std::uint64_t));
+    }
+
 private:
-    CGTHeader m_header;
+    static constexpr std::size_t count_at = 6;
+    static constexpr std::size_t idx_at = 10;
+    static constexpr std::size_t crc32_at = 14;
+
+    std::array<char, LARGEST_RECORD_BUFFER> m_bytes{};
+    CGTHeader m_header{m_bytes.data()};
 };
+
+void name_row(TABLE_ID_EQUIVALENCE& row, int code)
+{
+    if (row.code == TBLNUM_DYNAMIC_CODE) {
+        row.code = code;
+    } else if (row.code != code) {
+        COMMON_Put_Syslog_Message(1, "\nError. Same table id it is used for more than one table (table id: %d)!!!.",
+                                  row.type_id);
+    }
+}
+
+// Asks by hash if the table is kept in a file and has records, or is published to the server; false if it is to be
+// asked for as a whole.
+bool ask_by_hash(TABLE_ID_EQUIVALENCE& row, int code)
+{
+    CTableBase* table = row.start_protocol == by_hash ? row.Ptr_CTableBase() : nullptr;
+    if (table == nullptr) {
+        return false;
+    }
+    unsigned count = 0;
+    std::uint32_t hash = 0;
+    {
+        const ReplicaLock lock;
+        table->Initialize_Missing_Crc32s();
+        count = static_cast<unsigned>(table->Used_Num_Records());
+        hash = table->Get_Crc32();
+    }
+    if (count == 0 && (row.publish_flag & TABLE_PUBLISHED_TO_DS) == 0) {
+        return false;
+    }
+    name_row(row, code);
+    TableRequest query(DATA_HASH_QUERY_CHAR);
+    query.Set_Count(count);
+    query.Set_Hash(hash);
+    L_awaits_list[static_cast<std::size_t>(row.type_id)] = true;
+    query.Send_For(code);
+    return true;
+}
 
 void post_primary_tables_received()
 {
@@ -68,7 +151,7 @@ void TBLPROC_Send_Global_Tables_Subscription(int table_level)
     if (table_level == level_primary) {
         TBLPROC_Reset_Primary_Tables_Check();
     }
-    TableRequest request;
+    TableRequest request(DATA_INSCRIPTION_CHAR);
     for (int code = 1; code < MAX_TABLE_CODES; ++code) {
         const int type = gbl_code_table_type[code];
         if (type == ZERO_CODE_ID || TBLEQUIV_Row(type).level != table_level) {
@@ -77,7 +160,9 @@ void TBLPROC_Send_Global_Tables_Subscription(int table_level)
         if (table_level == level_primary) {
             TBLPROC_Register_Ref_Table(type);
         }
-        request.Send_For(code);
+        if (!ask_by_hash(TBLEQUIV_Row(type), code)) {
+            request.Send_For(code);
+        }
     }
 }
 
@@ -86,8 +171,9 @@ void TBLPROC_Send_Global_Tables_Subscription()
     constexpr int first = DATAMANAGER_LIST_CODE;
     constexpr int last_but_one = TABLENUM_INDICATIVESMARK;
     constexpr int last = TABLENUM_CONNDMSERVER;
+    L_persistent_table_codes.clear();
     announce_requests();
-    TableRequest request;
+    TableRequest request(DATA_INSCRIPTION_CHAR);
     request.Send_For(first);
     for (int code = 1; code < MAX_TABLE_CODES; ++code) {
         if (gbl_code_table_type[code] != ZERO_CODE_ID && code != first && code != last_but_one && code != last) {
@@ -98,8 +184,10 @@ void TBLPROC_Send_Global_Tables_Subscription()
     request.Send_For(last);
 }
 
+// What an older connection was to answer is not awaited on this one.
 void TBLPROC_Reset_Primary_Tables_Check()
 {
+    L_awaits_list.fill(false);
     L_Ref_Table_End_Rec.fill(0);
     L_Ref_Table_Num = 0;
 }
@@ -139,4 +227,44 @@ void TBLPROC_Check_Referenced_Table(int table_type)
     }
 }
 
-void TBLPROC_Process_Hash_Answer(int /*table_type*/, CTableBase* /*table*/, int /*is_the_last_answer*/) {}
+// The triples are taken out of the buffer before anything is sent.
+void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer)
+{
+    constexpr int triple = 12;
+    constexpr int most_listed = 2800 / triple; // what DATA_INFO has room for
+    bool& awaits_list = L_awaits_list[static_cast<std::size_t>(TBLEQUIV_Row(table_type).type_id)];
+    if (!awaits_list || table == nullptr) {
+        return;
+    }
+    CGTHeader& header = *Glb_cur_gt_header;
+    header.Init();
+    const char* data = The_Receive_Buffer->data() + GTABLE_MSG_HEADER_SIZE;
+    const int listed = std::min<int>(static_cast<unsigned short>(static_cast<unsigned>(header[REC_NUM])), most_listed);
+    L_listed_code = static_cast<int>(static_cast<unsigned>(header[DATA_CODE]));
+    const ReplicaLock lock;
+    for (int i = 0; i < listed; ++i, data += triple) {
+        const IDX_ENV_CRC32_PAIR pair{.idx = load_le<std::uint32_t>(data),
+                                      .crc32 = load_le<std::uint32_t>(data + 4),
+                                      .env = load_le<std::uint32_t>(data + 8)};
+        table->Set_Idx_For_Record_With_Env_Crc32(&pair, {.low = pair.crc32, .high = pair.env}, pair.idx);
+    }
+    if (is_the_last_answer != 0) {
+        awaits_list = false;
+        table->Check_Crc32_Updating(TBLPROC_Send_Delete_For_Missing_Call_Back, TBLPROC_Send_Ask_For_Missing_Call_Back);
+        L_persistent_table_codes.insert(L_listed_code);
+    }
+}
+
+void TBLPROC_Send_Delete_For_Missing_Call_Back(unsigned int idx)
+{
+    TableRequest request(DATA_DELETE_CHAR);
+    request.Set_Idx(idx);
+    request.Send_For(L_listed_code);
+}
+
+void TBLPROC_Send_Ask_For_Missing_Call_Back(int is_last_requirement, int num_of_records, const DLONG* env_crc32_ptr)
+{
+    TableRequest request(is_last_requirement != 0 ? DATA_HASH_LAST_ASK_CHAR : DATA_HASH_ASK_CHAR);
+    request.Set_Identities(env_crc32_ptr, static_cast<std::size_t>(num_of_records));
+    request.Send_For(L_listed_code);
+}

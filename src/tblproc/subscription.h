@@ -3,8 +3,9 @@
 
 #include "message/table_base.h"
 
-// Asks for all tables of a level: 213, then one table record a code, in ascending order. The primary level counts the
-// tables that it asks for.
+// Asks for all tables of a level: 213, then one table record a code, in ascending order. A table that is kept in a file
+// and has records tells their number and their hash, so that just what differs is sent; all others are asked for as a
+// whole. The primary level counts the tables that it asks for.
 void TBLPROC_Send_Global_Tables_Subscription(int table_level);
 
 // The same for all tables at once, without a count, the list of servers first. Nothing in the library calls it.
@@ -18,9 +19,14 @@ void TBLPROC_Register_Ref_Table(int table_type);
 // the session's connection.
 void TBLPROC_Check_Referenced_Table(int table_type);
 
-// The servers' list of a table's records, in answer to a question by hash, is in the buffer of the views. Tables are
-// asked for as a whole so far, so that no answer is due and one that comes changes nothing.
+// The server's list of a table's records, in answer to a question by hash, is in the buffer of the views. With the last
+// one the table takes the server's idx values, asks for what it lacks and drops what the server doesn't have. A list
+// that wasn't asked for, or comes behind the last one, changes nothing.
 void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer);
+
+// What a table tells the server while its list is worked off; the table's code is that of the list.
+void TBLPROC_Send_Delete_For_Missing_Call_Back(unsigned int idx);
+void TBLPROC_Send_Ask_For_Missing_Call_Back(int is_last_requirement, int num_of_records, const DLONG* env_crc32_ptr);
 
 // All primary tables are there: asks for the stored messages, tells the servers and the host.
 // `session/stored_messages.cpp`.

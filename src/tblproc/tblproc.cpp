@@ -74,11 +74,6 @@ void TBLPROC_Init_Tables()
     }
 }
 
-int TBLPROC_Load_Persistent_Files(unsigned int /*min*/, unsigned int /*max*/)
-{
-    return 0;
-}
-
 int qapi::Set_Table_Type(const GlobalTable& table, int table_type_id)
 {
     const TABLE_ID_EQUIVALENCE& row = TBLEQUIV_Row(table_type_id);

@@ -10,8 +10,9 @@
 // before any subscription. Before the threads of a session start.
 void TBLPROC_Init_Tables();
 
-// Loads the tables that are kept in files, if the range of idx values is a new one. All tables are in memory alone so
-// far, so there is nothing to load. Returns 0. For the reader.
+// Opens the files of the tables that are kept in some, once in the life of the process, in the working directory as it
+// is then; and loads them, if the range of idx values is a new one. A table whose file doesn't open is told of and
+// stays in memory. Returns whether the last one opened, 0 after the first call. For the reader.
 int TBLPROC_Load_Persistent_Files(unsigned int min, unsigned int max);
 
 namespace qapi {
@@ -30,8 +31,12 @@ std::span<const TableId> Tables_Of_The_Connection();
 // when no thread runs. Reports wait until the lock is gone.
 void Clear_Tables_Of_The_Connection(std::mutex& mailbox_mutex);
 
+// Takes the files from their tables, so that the next load opens them again. While no session runs.
+void Forget_Table_Files();
+
 } // namespace qapi
 
 using qapi::Clear_Tables_Of_The_Connection;
 using qapi::Flag_Mailboxes;
+using qapi::Forget_Table_Files;
 using qapi::Tables_Of_The_Connection;

@@ -27,11 +27,12 @@ leaked=$(grep -Ev '^[A-Za-z] (CQcApi::|(vtable|typeinfo|typeinfo name) for CQcAp
 own='CQcApi|CMss_Arr|CvArray|CDestinationsList|DAsyncSocket|WSocket|Mss_Rec|Cur_Qapi|(COM|COMMON|CONF|DCON|WSOCK|LOG|QAPI|QCAPI|THRCT)_|[Gg](lb|bl)_|L_|Do_m?Sleep|L_Get'
 own+='|FIELD_|glb_(field_equivalence|cabeza_dfn)|(usuario|empleado)_data'
 own+='|(calc|bsd|RLE)_|GM(Nt|Mx|Num|Dec|Comma)|GetCompilationPlatform|tolowerstr|str_isnum|[A-Z0-9]+_[A-Z0-9_]+$'
-own+='|(TABLE_KEY|TBLPROC|TBLEQUIV|PREFIX)_|G_table_'
+own+='|(PERSIS|TABLE_KEY|TBLPROC|TBLEQUIV|PREFIX)_|G_table_'
 own+='|GlobalTables_SendTo_|Locate_Record|Is_Like|Send(VersionInformation|_Msg_Qapi_Connected)'
 own+='|Get_Market_Access_Since_Table_User|Set_Subscription_MX_Primary_Tables'
 classes='CQcApi|DAsyncSocket|WSocket|C(Field|Short|UnsignedShort|Integer|UnsignedInt|NumAsciiInt|NumAsciiDouble|Alpha|Date)'
 classes+='|C(Message|HashedRecord|TableBase|FitFields|CondField)|C(Msg|GT|Tarnel)[A-Za-z]*|C[A-Z][A-Za-z0-9]*Key[A-Za-z]*'
+classes+='|C(PersFile|File_d|Pers_d|File_Header|Record_(Header|Data|Crc32_Data|Marked_Data)|[A-Z][A-Za-z_]*_Record)'
 classes+='|C(Table(List)?|Vector(At)?|IdxOrder|Map2?Key(Order|Table))(<.*>)?|TABLE_ID_EQUIVALENCE'
 common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
     grep -Ev "^($own)|^([a-z]+ )?($classes)::|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for ($classes)$" || true)

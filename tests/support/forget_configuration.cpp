@@ -1,6 +1,7 @@
 #include "support/forget_configuration.h"
 
 #include "qcapi/config.h"
+#include "record_io.h"
 #include "transport/dcon.h"
 
 #include <cstring>
@@ -48,6 +49,7 @@ void clear_session()
 {
     Glb_Send_Msg_Delay_Millisec = 0;
     Glb_log_last_processed_message = 'L';
+    Glb_sync_files = 0;
     Glb_Language = 0;
     Glb_run_log_testing = 0;
     Glb_run_log_output = 0;

@@ -2,6 +2,7 @@
 
 #include "arrm.h"
 #include "qcapi/session.h"
+#include "tblproc/tblproc.h"
 #include "thrct.h"
 #include "transport/dcon.h"
 
@@ -25,6 +26,15 @@ SessionTest::SessionTest() : m_calls(System())
 SessionTest::~SessionTest()
 {
     Set_System(nullptr);
+    Forget_Tables();
+}
+
+void SessionTest::Forget_Tables()
+{
+    Forget_Table_Files();
+    for (const GlobalTable& table : All_Global_Tables()) {
+        table.delete_all_records();
+    }
 }
 
 void SessionTest::wait_for_a_waiting_callback()

@@ -15,6 +15,9 @@ protected:
     SessionTest();
     ~SessionTest() override;
 
+    // What a new process has: no replicas, and none of their files open.
+    static void Forget_Tables();
+
     // Puts a record of the connection's into the inbound ring, as the connection thread does.
     static void connection_says(int status, const std::string& data = "D", const char* source = "D");
 

@@ -64,6 +64,7 @@ public:
 private:
     static void Reset()
     {
+        Forget_Table_Files();
         for (const GlobalTable& table : All_Global_Tables()) {
             table.delete_all_records();
             table.set_flags(TABLE_NOT_PUBLISHED);
