@@ -252,6 +252,7 @@ TEST_F(HashDialogue, OfTwoRecordsUnderOneNumberTheLaterStays)
     Answer(DATA_HASH_LAST_ANSWER_CHAR, {{.idx = 9, .crc32 = 1, .env = env}, {.idx = 9, .crc32 = 2, .env = env}});
     EXPECT_EQ(Count(), 1);
     EXPECT_EQ(Code_Under(9), "MED");
+    Take_Sent();
     EXPECT_EQ(Ask().substr(0, 4), "888Q");
     Answer(DATA_HASH_LAST_ANSWER_CHAR, {{.idx = 8, .crc32 = 1, .env = env}, {.idx = 9, .crc32 = 2, .env = env}});
     Come(8, "BOG", 1);

@@ -257,7 +257,10 @@ std::string example_bytes()
     const auto page = std::filesystem::path(__FILE__).parent_path().parent_path() / "docs" / "file_formats.md";
     std::ifstream file(page);
     std::string bytes;
-    for (std::string line; std::getline(file, line);) {
+    std::string line;
+    while (std::getline(file, line) && !line.starts_with("## Running log")) {
+    }
+    while (std::getline(file, line) && !line.starts_with("## ")) {
         if (line.size() > 10 && line.find_first_not_of(' ') == 4 && line.find("  ", 4) == 8) {
             const std::string digits = line.substr(10, 47);
             for (std::size_t at = 0; at + 1 < digits.size() && digits[at] != ' '; at += 3) {

@@ -1,5 +1,8 @@
 // Record files as a table uses them: what stands on disk, which slots are used, and what is told.
+#include "support/fake_system.h"
 #include "support/record_file.h"
+
+#include "record_io.h"
 
 using namespace std::string_literals;
 using testing::ElementsAre;
@@ -86,11 +89,18 @@ TEST_F(Persis, FileIsItsOwnersAlone)
     EXPECT_EQ(fs::status("cities").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
-TEST_F(Persis, SynchronousWritesLeaveTheSameBytes)
+TEST_F(Persis, SavesWaitForTheDiskIfAskedAndLeaveTheSameBytes)
 {
-    PERSIS_Set_Synchronous(true);
+    static std::atomic<int> waits;
+    waits = 0;
+    FakeSystem system;
+    system.calls.sync_data = [](int) { return ++waits, 0; };
+    Set_System(&system.calls);
+    Glb_sync_files = 1;
     EXPECT_EQ(Save(cities, 1), 1);
-    PERSIS_Set_Synchronous(false);
+    Glb_sync_files = 0;
+    Set_System(nullptr);
+    EXPECT_EQ(waits, 3) << "data, record header, file header";
     EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("one_record")));
 }
 

@@ -1,14 +1,12 @@
 #include "persis/file_d.h"
 
-#include "persis/persis.h"
+#include "record_io.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <limits>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,32 +14,10 @@ static_assert(sizeof(off_t) == sizeof(std::int64_t), "slots lie beyond 4 GB");
 
 namespace {
 
-// True if the system takes a write there. A write at the limit of the file's size would otherwise not only fail: its
-// signal ends the process, and how the process handles signals is the host's matter.
-bool may_write_at(std::uint64_t position, std::size_t size)
+// Where a slot of a damaged file lies may be no place at all.
+bool is_in_reach(std::uint64_t position, std::size_t size)
 {
-    constexpr auto farthest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    rlimit limit = {};
-    if (position > farthest - size || (getrlimit(RLIMIT_FSIZE, &limit) == 0 && position >= limit.rlim_cur)) {
-        errno = EFBIG;
-        return false;
-    }
-    return true;
-}
-
-bool is_regular(int descriptor)
-{
-    struct stat file = {};
-    return fstat(descriptor, &file) == 0 && S_ISREG(file.st_mode);
-}
-
-ssize_t read_at(int descriptor, std::span<char> to, std::uint64_t position)
-{
-    ssize_t count = 0;
-    do {
-        count = ::pread(descriptor, to.data(), to.size(), static_cast<off_t>(position));
-    } while (count < 0 && errno == EINTR);
-    return count;
+    return position <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) - size;
 }
 
 } // namespace
@@ -49,13 +25,7 @@ ssize_t read_at(int descriptor, std::span<char> to, std::uint64_t position)
 int CFile_d::open(const char* name)
 {
     close();
-    // A pipe of this name must not stop the process until somebody opens its other end.
-    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    m_descriptor = ::open(name, flags, S_IRUSR | S_IWUSR);
-    if (m_descriptor >= 0 && !is_regular(m_descriptor)) {
-        close();
-        errno = EINVAL;
-    }
+    m_descriptor = Open_Record_File(name);
     return is_open() ? 1 : 0;
 }
 
@@ -81,34 +51,30 @@ int CFile_d::rename(const char* from, const char* to)
 
 int CFile_d::write(const void* bytes, std::size_t size)
 {
-    std::span<const char> rest(static_cast<const char*>(bytes), size);
-    while (!rest.empty()) {
-        if (!May_Write(rest.size())) {
-            return 0;
-        }
-        const ssize_t count = ::pwrite(m_descriptor, rest.data(), rest.size(), static_cast<off_t>(m_position));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return 0;
-        }
-        const auto written = static_cast<std::size_t>(count);
-        Patch_Window(m_position, rest.first(written));
-        m_position += written;
-        rest = rest.subspan(written);
+    const std::span<const char> from(static_cast<const char*>(bytes), size);
+    const int error = Write(from);
+    if (error != 0) {
+        Forget(); // part of it may stand there
+        errno = error;
+        return 0;
     }
+    Patch_Window(m_position, from);
+    m_position += size;
     return 1;
 }
 
-bool CFile_d::May_Write(std::size_t size)
+int CFile_d::Write(std::span<const char> bytes)
 {
-    if (m_position < m_allowed) {
-        return true;
+    if (!is_in_reach(m_position, bytes.size())) {
+        return EFBIG;
     }
-    const bool may = may_write_at(m_position, size);
-    m_allowed = may && m_keeps_limit ? m_position : m_allowed;
-    return may;
+    const auto place = static_cast<std::int64_t>(m_position);
+    if (m_position < m_allowed) {
+        return Write_At_Lower(m_descriptor, bytes, place);
+    }
+    const int error = Write_At(m_descriptor, bytes, place);
+    m_allowed = error == 0 && m_keeps_limit ? m_position : m_allowed;
+    return error;
 }
 
 std::size_t CFile_d::read(void* bytes, std::size_t size)
@@ -135,7 +101,9 @@ std::span<const char> CFile_d::look(std::size_t size)
 
 int CFile_d::flush() const
 {
-    return !PERSIS_Is_Synchronous() || fdatasync(m_descriptor) == 0 ? 1 : 0;
+    const int error = Sync_Record_File(m_descriptor);
+    errno = error != 0 ? error : errno;
+    return error == 0 ? 1 : 0;
 }
 
 std::uint64_t CFile_d::size() const
@@ -162,8 +130,9 @@ void CFile_d::Fill_Window(std::size_t size)
 {
     m_window.resize(std::max(m_reach, size));
     m_window_start = m_position;
-    const bool in_reach = m_position <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    const ssize_t count = in_reach ? read_at(m_descriptor, m_window, m_position) : -1;
+    const std::int64_t count = is_in_reach(m_position, m_window.size())
+                                   ? Read_At(m_descriptor, m_window, static_cast<std::int64_t>(m_position))
+                                   : -1;
     m_window.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
 }
 

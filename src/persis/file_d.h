@@ -40,7 +40,7 @@ public:
     // The same without a copy. Good until the next call.
     std::span<const char> look(std::size_t size);
 
-    // Brings what was written to the disk itself, if that is wanted (PERSIS_Set_Synchronous). Returns 1 or 0.
+    // Brings what was written to the disk itself, if the configuration asks for it (sync_files). Returns 1 or 0.
     [[nodiscard]] int flush() const;
 
     // How much is read at once: a slot and a little more, or a lot of slots when all are read in order.
@@ -77,7 +77,7 @@ private:
     static constexpr std::size_t slot_reach = 4096;
     static constexpr std::size_t load_reach = 128 * 1024;
 
-    bool May_Write(std::size_t size);
+    int Write(std::span<const char> bytes);
     void Set_Reach(std::size_t reach);
     [[nodiscard]] bool Has_In_Window(std::size_t size) const;
     void Fill_Window(std::size_t size);

@@ -12,7 +12,6 @@ namespace {
 constexpr int report_code = 1;
 
 std::atomic<void (*)(char*, int)> error_function{nullptr};
-std::atomic<bool> synchronous_writes{false};
 
 } // namespace
 
@@ -33,14 +32,4 @@ void PERSIS_Report_Error(int level, const char* format, ...)
     } else {
         COMMON_Put_Syslog_Message(report_code, "%s", text.data());
     }
-}
-
-void PERSIS_Set_Synchronous(bool synchronous)
-{
-    synchronous_writes = synchronous;
-}
-
-bool PERSIS_Is_Synchronous()
-{
-    return synchronous_writes;
 }

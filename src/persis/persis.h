@@ -10,7 +10,7 @@
 //   table_pers_file the same behind TableFile
 //
 // One thread at a time uses a file. Whatever a call has written survives the end of the process, however it comes; what
-// a power cut takes is up to the system, unless PERSIS_Set_Synchronous.
+// a power cut takes is up to the system, unless the configuration says sync_files.
 #pragma once
 
 // Versions of a record's layout. A record whose version is another than its kind's is rewritten when it is read.
@@ -34,11 +34,6 @@ void PERSIS_SetErrFunction(void (*function)(char* text, int level));
 
 // Tells. The text is cut at 511 characters.
 void PERSIS_Report_Error(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
-
-// From the next write on: true brings every change to the disk itself before the call returns, so that it outlives a
-// power cut too. That costs what the disk takes, milliseconds as a rule. False at first.
-void PERSIS_Set_Synchronous(bool synchronous);
-bool PERSIS_Is_Synchronous();
 
 // Writes the values of the live records of any record file, one behind the other and nothing else, into
 // `output_file_name`, or if that is null beside the file with "_plain" behind its name. Tells on standard output what

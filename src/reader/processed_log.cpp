@@ -244,7 +244,7 @@ std::shared_ptr<ProcessedFile> finish_or_skip(const char* header, bool finished)
 
 } // namespace
 
-void Log_Close_Files()
+void qapi::Log_Close_Files()
 {
     const MutexLock lock(L_proc_messages);
     servers() = {};
@@ -252,8 +252,8 @@ void Log_Close_Files()
 
 void LOG_Msg_Init()
 {
-    Set_Log_End_Sink(Log_Close_Files);
-    Log_Close_Files();
+    Set_Log_End_Sink(qapi::Log_Close_Files);
+    qapi::Log_Close_Files();
     bool all_opened = true;
     for (int server = 0; server < glb_dss_counter; ++server) {
         all_opened &= LOG_DS_Files_Init(server) == 1;

@@ -25,8 +25,10 @@ void LOG_Msg_Init();
 // reader.
 int LOG_DS_Files_Init(int ds_index);
 
+namespace qapi {
 // Closes all files and forgets all servers; LOG_End runs it.
 void Log_Close_Files();
+} // namespace qapi
 
 // 1 if the message needs no handling: a copy of it is pending, it was finished on its day or a later one, or its server
 // is unknown. Writes the letter of its type into its field LOG. `extra` is the beginning of its transport envelope, or

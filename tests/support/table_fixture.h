@@ -80,6 +80,13 @@ inline DLONG Identity_In_Buffer(CMessage& record)
 class FakeTableFile : public qapi::TableFile
 {
 public:
+    void Load(const Take& take) override
+    {
+        for (unsigned number = 1; number <= m_kept.size(); ++number) {
+            const std::string& data_info = m_kept[number - 1];
+            take(number, data_info, m_identities_kept[number - 1]);
+        }
+    }
     unsigned Get_Next_Free() override { return m_next++; }
     void Save_Record(unsigned number, const char* data_info, const char* env_crc32) override
     {
@@ -91,6 +98,8 @@ public:
     std::vector<std::string> Take_Calls() { return std::exchange(m_calls, {}); }
 
     unsigned m_next = 1;
+    std::vector<std::string> m_kept; // what a load finds: DATA_INFO and ENV_CRC32 of numbers from 1 up
+    std::vector<std::string> m_identities_kept;
     std::vector<std::string> m_calls;
     std::vector<std::string> m_identities; // ENV_CRC32 of each save
 };

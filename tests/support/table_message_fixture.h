@@ -8,6 +8,7 @@
 #include "qcapi/session.h"
 #include "reader/views.h"
 #include "support/report_texts.h"
+#include "support/scratch_directory.h"
 #include "support/table_message.h"
 #include "support/table_world.h"
 #include "support/wire_codec.h"
@@ -111,6 +112,7 @@ protected:
     }
 
     ReportTexts reports;
+    ScratchDirectory scratch; // for the files of the tables
     TableWorld world;
 
 private:
