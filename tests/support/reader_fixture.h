@@ -4,6 +4,7 @@
 
 #include "support/forget_configuration.h"
 #include "support/recording_host.h"
+#include "support/scratch_directory.h"
 #include "support/table_world.h"
 
 #include "little_endian.h"
@@ -155,6 +156,7 @@ protected:
 
     static int waiting(TableId id) { return TableWorld::Records_In(id); }
 
+    ScratchDirectory scratch; // for the files of the tables
     TableWorld world;
     RecordingHost host;
 
