@@ -85,7 +85,6 @@ TEST_F(FinishTest, ATableRecordIsFinishedAsOftenAsOneLikes)
 
 TEST_F(FinishTest, ItIsInTheLog)
 {
-    const ScratchDirectory scratch;
     LOG_Init("", scratch.path().c_str());
     receive_chat("one", 7);
     host.finish("Chat", 1);

@@ -203,7 +203,6 @@ TEST_F(MessageDispatchTest, AMessageThatWaitsForTheHostDoesNotCountAsProcessed)
 
 TEST_F(MessageDispatchTest, Kind134StaysDroppedWhateverTheFeeds)
 {
-    const ScratchDirectory scratch;
     scratch.write("qapi.cfg", "data_server DSAB\ntransaction_feed 1\ntarnel_feed 1\n");
     std::string error;
     ASSERT_EQ(CONF_Read_File("qapi.cfg", error), 0);
@@ -245,7 +244,6 @@ TEST_F(MessageDispatchTest, TheKeptRecordHasTheLetterOfItsLog)
 
 TEST_F(MessageDispatchTest, ARefusedRepeatIsToldToTheLog)
 {
-    const ScratchDirectory scratch;
     LOG_Init("", scratch.path().c_str());
     receive_chat("one", 7);
     receive_chat("one", 7);
