@@ -1,8 +1,9 @@
 // The two blocks of a slot. Slot n has its record header at R * n and the record's data 150 bytes behind it, where R is
 // the file header's record_data_length.
 //
-// The data are written first: a process that is killed between the two leaves a slot that reads as it did before, and
-// never an old record under a new header.
+// The data are written first: a process that is killed between the two leaves the record of before or the new one. The
+// system may end a killed process within a write as well, where one page of memory is full and the next one begins. A
+// slot that lies on two pages is therefore marked as deleted before its data are written: half of a record is none.
 #pragma once
 
 #include "persis/file_header.h"
@@ -88,6 +89,8 @@ private:
     [[nodiscard]] int Room_In_Slot() const;
     [[nodiscard]] unsigned File_Code() const;
     int Write_In_Slot(unsigned np);
+    [[nodiscard]] bool Lies_On_Two_Pages(unsigned np) const;
+    bool Mark_Deleted(unsigned np);
     int Refuse_Too_Long(int length);
     int Convert(unsigned np);
     void Review_Limit(unsigned number, int number_type);

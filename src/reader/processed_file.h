@@ -62,6 +62,8 @@ public:
     [[nodiscard]] int Sync() const;
 
 private:
+    [[nodiscard]] int Write_Processed(std::uint32_t number, const MessageDate& date) const;
+
     std::string m_path;
     int m_descriptor;
     std::int64_t m_size; // nobody else writes the file, so nothing has to be asked behind its end
