@@ -266,6 +266,7 @@ int CRecord_Data::Take_Buffer()
     const unsigned room = Room_For_Value();
     const unsigned wanted = header->record_length != 0 ? header->record_length : Stored_Size();
     const unsigned count = std::min(room, wanted);
+    m_was_cut = count < std::min(room, Stored_Size());
     std::memset(rec_data_ptr + count, 0, room - count);
     m_has_buffer = Get_Data(rec_data_ptr, std::max(count, 1U), 0) != 0; // a size of 0 would ask for all there is
     return 2;

@@ -67,6 +67,8 @@ public:
     int Save_Header(unsigned np);
 
     [[nodiscard]] int Get_Version() const { return version; }
+    // Its header had a shorter length than its bytes: the identity may be that of more than was read.
+    [[nodiscard]] bool Was_Cut() const { return m_was_cut; }
     [[nodiscard]] bool Has_End_Signal() const { return m_has_end_signal; } // the record that was read last
 
 protected:
@@ -111,6 +113,7 @@ private:
     int new_version_detected = NO_NEW_VERSION;
     bool m_has_buffer = false;
     bool m_has_end_signal = false;
+    bool m_was_cut = false;
 };
 
 // A record with its identity beside it.

@@ -42,6 +42,7 @@ public:
     ProcessedFile& operator=(const ProcessedFile&) = delete;
 
     [[nodiscard]] bool Is_New() const { return m_size == 0; }
+    [[nodiscard]] std::int64_t Size() const { return m_size; } // bytes
     [[nodiscard]] const std::string& Path() const { return m_path; }
 
     // Nothing if there is none or less than its date of it; what nobody wrote reads as zeros.
