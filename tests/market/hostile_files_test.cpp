@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <filesystem>
 #include <sys/resource.h>
 
@@ -184,6 +185,48 @@ TEST_F(HostileTables, DirectoryOrDeviceInTheWayIsToldAndTheTableLivesInMemory)
     }
     fs::remove(city_file);
     start();
+    log_out();
+    expect_nothing_to_repair();
+}
+
+// While it lives, no file of this process grows beyond `bytes`; the running log, which is one of them, may fail
+// quietly.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        m_handler = signal(SIGXFSZ, SIG_IGN);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        signal(SIGXFSZ, m_handler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit m_before{};
+    sighandler_t m_handler = SIG_DFL;
+};
+
+TEST_F(HostileTables, RecordsThatFindNoRoomAreToldAndComeWithTheNextStart)
+{
+    fs::remove(city_file);
+    {
+        const FileSizeLimit full(distance); // room for the file's header alone
+        told();
+        start();
+        EXPECT_EQ(sent("25 cities"), 3);
+        log_out();
+        EXPECT_THAT(told(), Contains(HasSubstr("Record 1 could not be written to the file qapi.city, error = 27")));
+    }
+    start();
+    EXPECT_EQ(sent("25 cities"), 3);
     log_out();
     expect_nothing_to_repair();
 }
