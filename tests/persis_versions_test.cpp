@@ -209,10 +209,31 @@ TEST_F(PersisVersions, BehindItsLoadTheFileIsNative)
         table->Save_Record(number, data.data(), identity.data());
     });
     EXPECT_FALSE(table->Is_Converting());
+    EXPECT_EQ(table->File().m_record_header.Get_Big_End(), 0);
+    EXPECT_EQ(table->File().m_record_p->Get_Big_End(), 0);
     EXPECT_EQ(BytesAt(0, 56), ToHex(StoredImage("one_record").substr(0, 32)) + "7f000000" + "020000000400000002000000" +
                                   "0300000004000000");
     EXPECT_EQ(BytesAt(HeaderAt(1), 228), ToHex(StoredImage("one_record").substr(258, 228)));
     EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
+TEST_F(PersisVersions, RecordWithoutAVersionIsOfItsFilesOrder)
+{
+    Put(StoredImage("other_byte_order"));
+    Patch(DataAt(1) + 24, "4d000000"); // an item that nobody knows
+    EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
+TEST_F(PersisVersions, FileThatFollowsAForeignOneIsNative)
+{
+    Put(StoredImage("other_byte_order").substr(0, 486)); // no room in its slot
+    CPersFile longer(PERS_CITY_CODE, "cities", 39);
+    longer.Open(DO_NOT_RENAME);
+    EXPECT_EQ(longer.m_header.Get_Big_End(), 1);
+    longer.m_save_file_again = 1;
+    EXPECT_EQ(longer.Check_Forced_Save(), 1);
+    EXPECT_EQ(longer.m_header.Get_Big_End(), 0);
+    EXPECT_EQ(longer.m_record_p->Get_Big_End(), 0);
 }
 
 TEST_F(PersisVersions, HeaderOfAForeignFileIsWrittenBehindItsLoad)

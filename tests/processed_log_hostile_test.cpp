@@ -158,7 +158,11 @@ TEST_F(HostileFiles, AnyBytesAreSurvived)
 TEST_F(HostileFiles, ADirectoryInTheWayClosesTheThreeOfItsServerAlone)
 {
     fs::create_directory("qapi.AB02.log");
+    const auto descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    start("DSCD");
+    const auto of_one_server = descriptors();
     start("DSABDSCD");
+    EXPECT_EQ(descriptors(), of_one_server);
     EXPECT_THAT(ReportTexts::Take(), ElementsAre(opening_error("qapi.AB02.log")));
     EXPECT_TRUE(is_processed(MessageHeader(7)));
     handled(MessageHeader(7));

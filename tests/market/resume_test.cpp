@@ -1,6 +1,8 @@
 // What a host that starts again has from its files, and what the market still sends it.
 #include "market/support/resume_session.h"
 
+#include <malloc.h>
+
 namespace {
 
 using Resume = ResumeSession;
@@ -75,6 +77,60 @@ TEST_F(Resume, FinishedMessagesDoNotComeAgain)
     market->command("chat pedro maria again");
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") >= 2; });
     EXPECT_EQ(host->count_of("message Chat "), 2);
+}
+
+// ---- Many sessions over the same files
+
+class ManySessions : public ResumeSession
+{
+protected:
+    static constexpr int rounds = 100;
+
+    // Bytes that are allocated; none that a sanitizer counts.
+    static std::size_t bytes_in_use() { return mallinfo2().uordblks; }
+
+    template <class Round> void expect_no_growth(const Round& round)
+    {
+        for (int warm_up = 0; warm_up < 5; ++warm_up) {
+            round();
+        }
+        const int descriptors = open_descriptors();
+        const std::size_t bytes = bytes_in_use();
+        for (int i = 0; i < rounds; ++i) {
+            round();
+        }
+        EXPECT_EQ(open_descriptors(), descriptors);
+        EXPECT_LT(bytes_in_use(), bytes + rounds * std::size_t{500}); // the lines that the host keeps
+    }
+};
+
+TEST_F(ManySessions, OverTheirFilesGrowInNothing)
+{
+    expect_no_growth([&] {
+        log_in();
+        log_out();
+    });
+    EXPECT_EQ(cities(), 3);
+}
+
+TEST_F(ManySessions, ThatReadTheirFilesAnewGrowInNothing)
+{
+    expect_no_growth([&] {
+        Forget_Tables();
+        log_in();
+        log_out();
+    });
+}
+
+TEST_F(ManySessions, ThatAreRefusedGrowInNothing)
+{
+    market->command("refuse maria N");
+    expect_no_growth([&] {
+        const int before = host->count_of("error 7 ");
+        ASSERT_EQ(host->login("maria", "secret"), 0);
+        market->wait_until([&](qm::Market&) { return host->count_of("error 7 ") > before; });
+        log_out();
+    });
 }
 
 } // namespace
