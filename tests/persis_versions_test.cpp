@@ -67,6 +67,48 @@ TEST_F(PersisVersions, LoadRewritesEveryOtherVersionInPlace)
     EXPECT_EQ(LoadAnew().size(), 9U);
 }
 
+// Byte for byte: what a load leaves of each stored image.
+TEST_F(PersisVersions, LoadedFilesAreThoseOfTheCurrentVersion)
+{
+    std::string expected;
+    for (const char digit : {'0', '1', '2', '3', '4', '5', '6', '7', '8'}) {
+        std::string slot = StoredImage("one_record").substr(HeaderAt(1));
+        slot[150 + 60 + 7] = digit;
+        slot.replace(150 + 44, 8, FromHex(digit == '0' ? "0000000000000000" : "4433221188776655"));
+        slot.replace(150 + 48, 4, digit < '2' ? std::string(4, '\0') : FromHex("88776655"));
+        expected += slot + std::string(digit < '8' ? distance - slot.size() : 0, '\0');
+    }
+    Put(StoredImage("versions"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("versions").substr(0, HeaderAt(1)) + expected));
+
+    Put(StoredImage("old_identity"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("one_record").replace(DataAt(1) + 48, 4, 4, '\0')));
+
+    Put(StoredImage("unknown_items"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("unknown_items")));
+}
+
+TEST_F(PersisVersions, FileThatBeganAfreshIsThatOfItsRecordsSize)
+{
+    Put(StoredImage("outgrown"));
+    const auto table = qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", 39);
+    table->Load([](auto...) {});
+    EXPECT_TRUE(table->Check_Forced_Save());
+    const std::string value(39, 'v');
+    table->Save_Record(1, value.data(), FromHex("4433221188776655").data());
+    std::string expected = StoredImage("one_record").substr(0, 112);
+    expected.replace(24 + 48 + 8, 4, FromHex("21010000")); // 289 from slot to slot
+    expected.resize(289);
+    expected += StoredImage("one_record").substr(HeaderAt(1), 44) + FromHex("27000000") + std::string(102, '\0');
+    expected += FromHex("55000000") + StoredImage("one_record").substr(DataAt(1) + 4, 52);
+    expected += FromHex("27000000") + value + FromHex("0b00000002000000079c");
+    EXPECT_EQ(ToHex(Bytes()), ToHex(expected));
+    EXPECT_EQ(ToHex(directory.read("cities.old").substr(0, 112)), ToHex(StoredImage("outgrown").substr(0, 112)));
+}
+
 TEST_F(PersisVersions, RecordOfTheCurrentVersionIsNotWritten)
 {
     Put(StoredImage("one_record"));
