@@ -21,14 +21,6 @@ int refuse(int descriptor, int reason)
     return -1;
 }
 
-// Asked at each write: a limit that was read earlier may have been lowered since.
-bool is_within_limit(std::int64_t end)
-{
-    rlimit limit{};
-    return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
-           static_cast<std::uint64_t>(end) <= limit.rlim_cur;
-}
-
 // The name of a new file stands in its directory, which is synchronised by itself.
 void sync_directory_of(const std::string& path)
 {
@@ -69,9 +61,17 @@ std::int64_t qapi::Read_At(int descriptor, std::span<char> bytes, std::int64_t o
     return count;
 }
 
+// Asked anew each time: a limit that was read earlier may have been lowered since.
+bool qapi::Is_Within_Limit(std::int64_t end)
+{
+    rlimit limit{};
+    return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+           static_cast<std::uint64_t>(end) <= limit.rlim_cur;
+}
+
 int qapi::Write_At(int descriptor, std::span<const char> bytes, std::int64_t offset)
 {
-    return is_within_limit(offset + static_cast<std::int64_t>(bytes.size())) ? Write_At_Lower(descriptor, bytes, offset)
+    return Is_Within_Limit(offset + static_cast<std::int64_t>(bytes.size())) ? Write_At_Lower(descriptor, bytes, offset)
                                                                              : EFBIG;
 }
 

@@ -33,6 +33,15 @@ TEST_F(PersisExport, WritesTheLiveRecordsOneBehindTheOther)
     EXPECT_EQ(directory.read("plain"), "RECORD-1RECORD-3");
 }
 
+TEST_F(PersisExport, LooksOneSlotBehindTheHighest)
+{
+    for (const unsigned slot : {1U, 2U, 3U}) {
+        Save(cities, slot);
+    }
+    Patch(24 + 36 + 8, "01000000");
+    EXPECT_THAT(Export("cities", "plain"), HasSubstr("Exported records       : 2\n"));
+}
+
 TEST_F(PersisExport, OutputBearsTheNameOfTheFileUnlessItHasOne)
 {
     Save(cities, 1);

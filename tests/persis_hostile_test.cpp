@@ -173,6 +173,14 @@ TEST_F(PersisHostile, HighestSlotFarBehindTheEndIsToldAndPutRight)
     EXPECT_THAT(LoadAndGrow(image), ElementsAre(first, second, third));
     EXPECT_LT(Bytes().size(), 2 * image.size());
     EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 File cities has a damaged header, highest record 4294967295\n"));
+    Put(image);
+    LoadAnew();
+    EXPECT_THAT(LoadAnew(), ElementsAre(first, second, third));
+    EXPECT_EQ(ReportTexts::Take().size(), 1U);
+    Put(image);
+    CPersFile reader(0, "cities", 0);
+    reader.Open(DO_NOT_RENAME);
+    EXPECT_EQ(ToHex(Bytes()), ToHex(image));
 }
 
 TEST_F(PersisHostile, HighestSlotALittleBehindTheEndIsTaken)

@@ -38,6 +38,17 @@ TEST_F(PersisTable, LoadsLiveRecordsWithSlotAndIdentity)
     EXPECT_THAT(LoadTable(*OpenTable()), ElementsAre("1 RECORD-3 0500000006000000", "2 RECORD-2 0300000004000000"));
 }
 
+// The market would take what is left for the record that it knows.
+TEST_F(PersisTable, RecordThatItsHeaderCutsLosesItsIdentity)
+{
+    Put(StoredImage("one_record"));
+    Patch(HeaderAt(1) + 44, "03000000");
+    EXPECT_THAT(LoadTable(*OpenTable()), ElementsAre("1 REC" + std::string(5, '\0') + " 0000000000000000"));
+    Patch(HeaderAt(1) + 44, "09000000");
+    EXPECT_THAT(LoadTable(*OpenTable()), ElementsAre("1 RECORD-1 4433221188776655"));
+    EXPECT_THAT(LoadTable(*OpenTable(3)), ElementsAre("1 REC 4433221188776655"));
+}
+
 TEST_F(PersisTable, RecordThatDoesNotFitStartsTheFileAfresh)
 {
     Put(StoredImage("one_record"));
@@ -56,13 +67,18 @@ TEST_F(PersisTable, RecordThatDoesNotFitStartsTheFileAfresh)
 TEST_F(PersisTable, FullDiskIsToldOnce)
 {
     const auto table = OpenTable();
-    const FileSizeLimit full(112);
-    for (unsigned number = 1; number < 4; ++number) {
-        table->Save_Record(table->Get_Next_Free(), "RECORD-1", "identity");
+    for (int round = 0; round < 2; ++round) {
+        {
+            const FileSizeLimit full(112);
+            for (unsigned number = 1; number < 4; ++number) {
+                table->Save_Record(number, "RECORD-1", "identity");
+            }
+            table->Delete_Record(1000);
+        }
+        EXPECT_THAT(ReportTexts::Take(),
+                    ElementsAre(testing::StartsWith("1 Record 1 could not be written to the file cities, error = ")));
+        table->Save_Record(1, "RECORD-1", "identity");
     }
-    table->Delete_Record(2);
-    EXPECT_THAT(ReportTexts::Take(),
-                ElementsAre(testing::StartsWith("1 Record 1 could not be written to the file cities, error = ")));
 }
 
 TEST_F(PersisTable, DeletingWhatWasNeverWrittenIsNoFailure)

@@ -234,6 +234,16 @@ TEST_F(Persis, LoadTriesThreeSlotsBehindTheHighest)
     EXPECT_EQ(BytesAt(24 + 36 + 8, 4), "04000000");
 }
 
+TEST_F(Persis, LoadTriesNoFourthSlotBehindTheHighest)
+{
+    Save(cities, 1);
+    Save(cities, 4);
+    Save(cities, 5);
+    Patch(HeaderAt(4), ToHex(std::string(4, '\0')));
+    Patch(24 + 36 + 8, "01000000");
+    EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
 TEST_F(Persis, ClosedFileDoesNothing)
 {
     SaveUpTo(1);
@@ -243,6 +253,22 @@ TEST_F(Persis, ClosedFileDoesNothing)
     EXPECT_EQ(cities.Delete_Record(1), 0);
     EXPECT_EQ(cities.Get_Next_Free(), 1U);
     EXPECT_THAT(Load(cities), IsEmpty());
+}
+
+TEST_F(Persis, SlotsThatWereHandedOutAreFreeBehindTheClosing)
+{
+    SaveUpTo(2);
+    cities.Delete_Record(1);
+    for (int round = 0; round < 2; ++round) {
+        cities.Open(DO_NOT_RENAME);
+        EXPECT_EQ(cities.Get_Next_Free(), 3U);
+        EXPECT_EQ(cities.Get_Next_Free(), 4U);
+    }
+    for (int round = 0; round < 2; ++round) {
+        cities.Open(DO_NOT_RENAME);
+        Load(cities);
+        EXPECT_EQ(cities.Get_Next_Free(), 1U);
+    }
 }
 
 TEST_F(Persis, DeleteOfASlotBehindTheLastIsRefused)
@@ -263,6 +289,11 @@ TEST_F(Persis, EveryKindOfFileOpensWithItsVersion)
         EXPECT_EQ(file.Open(DO_NOT_RENAME), 1);                                                                        \
         EXPECT_EQ(file.m_record_p->Get_Version(), current);                                                            \
         EXPECT_NE(dynamic_cast<base*>(file.m_record_p.get()), nullptr);                                                \
+        EXPECT_EQ(Save(file, 1), 1);                                                                                   \
+        CPersFile again(name, #name, city_size);                                                                       \
+        EXPECT_EQ(again.Open(DO_NOT_RENAME), 1);                                                                       \
+        EXPECT_EQ(again.m_header.Get_Big_End(), 0);                                                                    \
+        EXPECT_EQ(Load(again).size(), 1U);                                                                             \
         ++kinds;                                                                                                       \
     }
 #include "persis/record_kinds.def"
@@ -335,6 +366,21 @@ TEST_F(Persis, OldGenerationSurvivesOneRewrite)
     directory.write("cities.old", "older");
     EXPECT_EQ(cities.Open(OPEN_RENAME_FILE), 1);
     EXPECT_EQ(ToHex(directory.read("cities.old")), ToHex(StoredImage("one_record")));
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("new")));
+}
+
+TEST_F(Persis, OldGenerationGoesWithoutAFileToFollowIt)
+{
+    directory.write("other.old", "older");
+    CPersFile other(PERS_CITY_CODE, "other", city_size);
+    EXPECT_EQ(other.Open(OPEN_RENAME_FILE), 1);
+    EXPECT_FALSE(directory.has("other.old"));
+}
+
+TEST_F(Persis, FreshFileHasNoDate)
+{
+    cities.Set_Date_Reference("20261122");
+    EXPECT_EQ(cities.Open(OPEN_RENAME_FILE), 1);
     EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("new")));
 }
 

@@ -67,6 +67,48 @@ TEST_F(PersisVersions, LoadRewritesEveryOtherVersionInPlace)
     EXPECT_EQ(LoadAnew().size(), 9U);
 }
 
+// Byte for byte: what a load leaves of each stored image.
+TEST_F(PersisVersions, LoadedFilesAreThoseOfTheCurrentVersion)
+{
+    std::string expected;
+    for (const char digit : {'0', '1', '2', '3', '4', '5', '6', '7', '8'}) {
+        std::string slot = StoredImage("one_record").substr(HeaderAt(1));
+        slot[150 + 60 + 7] = digit;
+        slot.replace(150 + 44, 8, FromHex(digit == '0' ? "0000000000000000" : "4433221188776655"));
+        slot.replace(150 + 48, 4, digit < '2' ? std::string(4, '\0') : FromHex("88776655"));
+        expected += slot + std::string(digit < '8' ? distance - slot.size() : 0, '\0');
+    }
+    Put(StoredImage("versions"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("versions").substr(0, HeaderAt(1)) + expected));
+
+    Put(StoredImage("old_identity"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("one_record").replace(DataAt(1) + 48, 4, 4, '\0')));
+
+    Put(StoredImage("unknown_items"));
+    LoadAnew();
+    EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("unknown_items")));
+}
+
+TEST_F(PersisVersions, FileThatBeganAfreshIsThatOfItsRecordsSize)
+{
+    Put(StoredImage("outgrown"));
+    const auto table = qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", 39);
+    table->Load([](auto...) {});
+    EXPECT_TRUE(table->Check_Forced_Save());
+    const std::string value(39, 'v');
+    table->Save_Record(1, value.data(), FromHex("4433221188776655").data());
+    std::string expected = StoredImage("one_record").substr(0, 112);
+    expected.replace(24 + 48 + 8, 4, FromHex("21010000")); // 289 from slot to slot
+    expected.resize(289);
+    expected += StoredImage("one_record").substr(HeaderAt(1), 44) + FromHex("27000000") + std::string(102, '\0');
+    expected += FromHex("55000000") + StoredImage("one_record").substr(DataAt(1) + 4, 52);
+    expected += FromHex("27000000") + value + FromHex("0b00000002000000079c");
+    EXPECT_EQ(ToHex(Bytes()), ToHex(expected));
+    EXPECT_EQ(ToHex(directory.read("cities.old").substr(0, 112)), ToHex(StoredImage("outgrown").substr(0, 112)));
+}
+
 TEST_F(PersisVersions, RecordOfTheCurrentVersionIsNotWritten)
 {
     Put(StoredImage("one_record"));
@@ -209,10 +251,31 @@ TEST_F(PersisVersions, BehindItsLoadTheFileIsNative)
         table->Save_Record(number, data.data(), identity.data());
     });
     EXPECT_FALSE(table->Is_Converting());
+    EXPECT_EQ(table->File().m_record_header.Get_Big_End(), 0);
+    EXPECT_EQ(table->File().m_record_p->Get_Big_End(), 0);
     EXPECT_EQ(BytesAt(0, 56), ToHex(StoredImage("one_record").substr(0, 32)) + "7f000000" + "020000000400000002000000" +
                                   "0300000004000000");
     EXPECT_EQ(BytesAt(HeaderAt(1), 228), ToHex(StoredImage("one_record").substr(258, 228)));
     EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
+TEST_F(PersisVersions, RecordWithoutAVersionIsOfItsFilesOrder)
+{
+    Put(StoredImage("other_byte_order"));
+    Patch(DataAt(1) + 24, "4d000000"); // an item that nobody knows
+    EXPECT_THAT(LoadAnew(), ElementsAre("1 RECORD-1 4433221188776655"));
+}
+
+TEST_F(PersisVersions, FileThatFollowsAForeignOneIsNative)
+{
+    Put(StoredImage("other_byte_order").substr(0, 486)); // no room in its slot
+    CPersFile longer(PERS_CITY_CODE, "cities", 39);
+    longer.Open(DO_NOT_RENAME);
+    EXPECT_EQ(longer.m_header.Get_Big_End(), 1);
+    longer.m_save_file_again = 1;
+    EXPECT_EQ(longer.Check_Forced_Save(), 1);
+    EXPECT_EQ(longer.m_header.Get_Big_End(), 0);
+    EXPECT_EQ(longer.m_record_p->Get_Big_End(), 0);
 }
 
 TEST_F(PersisVersions, HeaderOfAForeignFileIsWrittenBehindItsLoad)

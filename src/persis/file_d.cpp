@@ -69,12 +69,19 @@ int CFile_d::Write(std::span<const char> bytes)
         return EFBIG;
     }
     const auto place = static_cast<std::int64_t>(m_position);
-    if (m_position < m_allowed) {
-        return Write_At_Lower(m_descriptor, bytes, place);
-    }
-    const int error = Write_At(m_descriptor, bytes, place);
-    m_allowed = error == 0 && m_keeps_limit ? m_position : m_allowed;
-    return error;
+    const bool is_allowed = m_position + bytes.size() <= m_allowed;
+    return is_allowed ? Write_At_Lower(m_descriptor, bytes, place) : Write_At(m_descriptor, bytes, place);
+}
+
+CFile_d::OneLookAtTheLimit::OneLookAtTheLimit(CFile_d& file, std::uint64_t end) : m_file(file)
+{
+    m_file.m_allowed = is_in_reach(end, 0) && Is_Within_Limit(static_cast<std::int64_t>(end)) ? end : 0;
+}
+
+bool CFile_d::OneLookAtTheLimit::allows() const
+{
+    errno = m_file.m_allowed == 0 ? EFBIG : errno;
+    return m_file.m_allowed != 0;
 }
 
 std::size_t CFile_d::read(void* bytes, std::size_t size)

@@ -55,19 +55,18 @@ public:
 
     CFile_Header* Last_CFile_Header = nullptr; // of this file; null if it has none
 
-    // While one lives, the limit of the file's size is looked at for the first of several writes, and again only for
-    // those behind it: the look costs as much as half a write.
+    // While one lives, writes before `end` don't look at the limit of the file's size: it was looked at once for all of
+    // them, which costs as much as half a write. If the limit forbids them, none of them is to begin.
     class OneLookAtTheLimit
     {
     public:
-        explicit OneLookAtTheLimit(CFile_d& file) : m_file(file) { m_file.m_keeps_limit = true; }
-        ~OneLookAtTheLimit()
-        {
-            m_file.m_keeps_limit = false;
-            m_file.m_allowed = 0;
-        }
+        OneLookAtTheLimit(CFile_d& file, std::uint64_t end);
+        ~OneLookAtTheLimit() { m_file.m_allowed = 0; }
         OneLookAtTheLimit(const OneLookAtTheLimit&) = delete;
         OneLookAtTheLimit& operator=(const OneLookAtTheLimit&) = delete;
+
+        // False with errno.
+        [[nodiscard]] bool allows() const;
 
     private:
         CFile_d& m_file;
@@ -85,7 +84,6 @@ private:
 
     int m_descriptor = -1;
     std::uint64_t m_position = 0;
-    bool m_keeps_limit = false;
     std::uint64_t m_allowed = 0; // places before it may be written
     std::size_t m_reach = slot_reach;
     std::uint64_t m_window_start = 0;

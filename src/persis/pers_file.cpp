@@ -102,6 +102,9 @@ void CPersFile::Repair_Header()
     if (highest > slots + unreadable_slots) {
         PERSIS_Report_Error(1, "File %s has a damaged header, highest record %u\n", m_file_name, highest);
         highest = static_cast<unsigned>(slots);
+        if (m_rec_size != 0) {
+            m_header.Write_Data(0); // so that it is told once
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #include "persis/record_data.h"
 
 #include "little_endian.h"
+#include "record_io.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -147,10 +148,26 @@ int CRecord_Data::Save_Record(unsigned np, const void* rec_data, const void* rec
 
 int CRecord_Data::Write_In_Slot(unsigned np)
 {
-    const CFile_d::OneLookAtTheLimit one_look(*cf_p);
+    const CFile_d::OneLookAtTheLimit one_look(*cf_p, Place_Of(np) + rec_data_length);
+    if (!one_look.allows() || (Lies_On_Two_Pages(np) && !Mark_Deleted(np))) {
+        return 0;
+    }
     Set_Position(Place_Of(np) + MESSAGE_HEADER_ALLOCATED_SIZE);
     const int length = Write_Data(Room_In_Slot());
     return length != 0 && Save_Header(np) != 0 ? length : 0;
+}
+
+bool CRecord_Data::Lies_On_Two_Pages(unsigned np) const
+{
+    return Place_Of(np) / SMALLEST_PAGE != (Place_Of(np) + rec_data_length - 1) / SMALLEST_PAGE;
+}
+
+bool CRecord_Data::Mark_Deleted(unsigned np)
+{
+    header->deleted = 1;
+    const bool written = Save_Header(np) != 0;
+    header->deleted = 0;
+    return written;
 }
 
 int CRecord_Data::Refuse_Too_Long(int length)
@@ -249,6 +266,7 @@ int CRecord_Data::Take_Buffer()
     const unsigned room = Room_For_Value();
     const unsigned wanted = header->record_length != 0 ? header->record_length : Stored_Size();
     const unsigned count = std::min(room, wanted);
+    m_was_cut = count < std::min(room, Stored_Size());
     std::memset(rec_data_ptr + count, 0, room - count);
     m_has_buffer = Get_Data(rec_data_ptr, std::max(count, 1U), 0) != 0; // a size of 0 would ask for all there is
     return 2;

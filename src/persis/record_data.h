@@ -1,8 +1,9 @@
 // The two blocks of a slot. Slot n has its record header at R * n and the record's data 150 bytes behind it, where R is
 // the file header's record_data_length.
 //
-// The data are written first: a process that is killed between the two leaves a slot that reads as it did before, and
-// never an old record under a new header.
+// The data are written first: a process that is killed between the two leaves the record of before or the new one. The
+// system may end a killed process within a write as well, where one page of memory is full and the next one begins. A
+// slot that lies on two pages is therefore marked as deleted before its data are written: half of a record is none.
 #pragma once
 
 #include "persis/file_header.h"
@@ -66,6 +67,8 @@ public:
     int Save_Header(unsigned np);
 
     [[nodiscard]] int Get_Version() const { return version; }
+    // Its header had a shorter length than its bytes: the identity may be that of more than was read.
+    [[nodiscard]] bool Was_Cut() const { return m_was_cut; }
     [[nodiscard]] bool Has_End_Signal() const { return m_has_end_signal; } // the record that was read last
 
 protected:
@@ -88,6 +91,8 @@ private:
     [[nodiscard]] int Room_In_Slot() const;
     [[nodiscard]] unsigned File_Code() const;
     int Write_In_Slot(unsigned np);
+    [[nodiscard]] bool Lies_On_Two_Pages(unsigned np) const;
+    bool Mark_Deleted(unsigned np);
     int Refuse_Too_Long(int length);
     int Convert(unsigned np);
     void Review_Limit(unsigned number, int number_type);
@@ -108,6 +113,7 @@ private:
     int new_version_detected = NO_NEW_VERSION;
     bool m_has_buffer = false;
     bool m_has_end_signal = false;
+    bool m_was_cut = false;
 };
 
 // A record with its identity beside it.

@@ -15,6 +15,9 @@ void PersTableFile::Load(const Take& take)
 {
     std::array<char, PERSIS_IDENTITY_SIZE> env_crc32{};
     for (unsigned number = 1; m_file.Load_Next_Record(&number, m_data_info.data(), env_crc32.data()) != 0; ++number) {
+        if (m_file.m_record_p->Was_Cut()) {
+            env_crc32.fill(0); // a table computes it where there is none
+        }
         take(number, m_data_info, env_crc32);
     }
     if (Is_Converting()) {

@@ -29,6 +29,11 @@ Record packed(const LOG_HEADER& header)
     return record;
 }
 
+bool lies_on_two_pages(std::int64_t place)
+{
+    return place / SMALLEST_PAGE != (place + std::int64_t{sizeof(Record)} - 1) / SMALLEST_PAGE;
+}
+
 LOG_HEADER unpacked(const Record& record)
 {
     LOG_HEADER header{
@@ -74,12 +79,20 @@ void ProcessedFile::Log_Update_Header(const LOG_HEADER& header)
 
 void ProcessedFile::Log_Processed_Record(std::uint32_t number, const MessageDate& date, const LOG_HEADER& header)
 {
-    const Record record = packed({number, 1, date});
-    const int error = Write_At(m_descriptor, record, offset_of_message(number));
-    m_size = std::max(m_size, offset_of_message(number) + std::int64_t{record.size()}); // also for a part of it
+    const int error = Write_Processed(number, date);
+    m_size = std::max(m_size, offset_of_message(number) + std::int64_t{sizeof(Record)}); // also for a part of it
     const auto write_header = error == 0 ? Write_At_Lower : Write_At;
     const int header_error = write_header(m_descriptor, packed(header), offset_of_file_header);
     Tell(error != 0 ? error : header_error);
+}
+
+// A killed process may leave the first page of such a record new and the second one old: of two dates a third, which
+// may be ahead of both. The date is therefore written before the word that makes it count.
+int ProcessedFile::Write_Processed(std::uint32_t number, const MessageDate& date) const
+{
+    const std::int64_t place = offset_of_message(number);
+    const int error = lies_on_two_pages(place) ? Write_At(m_descriptor, packed({number, 0, date}), place) : 0;
+    return error != 0 ? error : Write_At(m_descriptor, packed({number, 1, date}), place);
 }
 
 // One report for all messages that meet a full disk.

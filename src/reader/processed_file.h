@@ -42,6 +42,7 @@ public:
     ProcessedFile& operator=(const ProcessedFile&) = delete;
 
     [[nodiscard]] bool Is_New() const { return m_size == 0; }
+    [[nodiscard]] std::int64_t Size() const { return m_size; } // bytes
     [[nodiscard]] const std::string& Path() const { return m_path; }
 
     // Nothing if there is none or less than its date of it; what nobody wrote reads as zeros.
@@ -62,6 +63,8 @@ public:
     [[nodiscard]] int Sync() const;
 
 private:
+    [[nodiscard]] int Write_Processed(std::uint32_t number, const MessageDate& date) const;
+
     std::string m_path;
     int m_descriptor;
     std::int64_t m_size; // nobody else writes the file, so nothing has to be asked behind its end

@@ -157,12 +157,21 @@ LOG_HEADER file_header_of(const LOG_DATA_SERVER_STRUCT& log)
     return {log.last_recv_num_message, log.last_proc_num_message, log.last_received_date};
 }
 
-// A file without a whole header gets one of zeros. So does one whose date is none: it would be asked for. All messages
-// are asked for then, and those that have their records are refused.
+// What was written of a number stands in the file up to there, but for some that didn't come or could not be written.
+bool may_be_of(const LOG_HEADER& header, const ProcessedFile& file)
+{
+    constexpr std::uint32_t missing_numbers = 1'000'000;
+    const std::int64_t end_of_numbers = file.Size() + offset_of_message(missing_numbers);
+    return (is_date(header.message_date) || header.message_date == MessageDate{}) &&
+           offset_of_message(std::max(header.num_message, header.num_message_proc)) <= end_of_numbers;
+}
+
+// A file without a whole header gets one of zeros. So does one whose date is none or whose numbers are far behind its
+// end: they would be asked for. All messages are asked for then, and those that have their records are refused.
 void take_up(LOG_DATA_SERVER_STRUCT& log)
 {
     const auto header = log.file->Log_Take_Header(offset_of_file_header);
-    if (header && (is_date(header->message_date) || header->message_date == MessageDate{})) {
+    if (header && may_be_of(*header, *log.file)) {
         log.last_recv_num_message = header->num_message;
         log.last_proc_num_message = header->num_message_proc;
         log.last_received_date = header->message_date;

@@ -1,77 +1,12 @@
 // What a host that starts again has from its files, and what the market still sends it.
-#include "market/support/market_thread.h"
-#include "support/recording_host.h"
-#include "support/session_fixture.h"
+#include "market/support/resume_session.h"
 
-#include "tblproc/global_tables.h"
-#include "tblproc/tblproc.h"
-
-#include <gtest/gtest.h>
-
-#include <map>
-#include <memory>
-#include <mutex>
+#include <algorithm>
+#include <malloc.h>
 
 namespace {
 
-class Resume : public SessionTest
-{
-protected:
-    Resume()
-    {
-        qm::MarketOptions options;
-        options.tell = [this](const std::string& line) { note(line); };
-        market = std::make_unique<MarketThread>(SmallScenario(), std::move(options));
-        scratch.write("qapi.cfg", "data_server DSAB\nds_ip_address 127.0.0.1\nds_tcp_port " +
-                                      std::to_string(market->port()) +
-                                      "\nlocal_code L001\nuser_code U001\nbranch_code NORTBOG1\n"
-                                      "transaction_feed = 1\nlog_last_processed_message F\n");
-        host = std::make_unique<RecordingHost>();
-    }
-    ~Resume() override { host.reset(); }
-
-    void log_in()
-    {
-        const int before = host->count("connection 0");
-        ASSERT_EQ(host->login("maria", "secret"), 0);
-        market->wait_until([&](qm::Market& its) {
-            return host->count("connection 0") > before && its.Do("clients").find("live") != std::string::npos;
-        });
-    }
-
-    void log_out()
-    {
-        host->Logout();
-        market->wait_until([](qm::Market& its) { return its.Do("clients") == "0 clients"; });
-    }
-
-    // How many records of a table the market has sent last.
-    int sent(const std::string& table)
-    {
-        const std::lock_guard lock(m_lock);
-        return m_sent.at(table);
-    }
-
-    static int cities() { return Glb_City_Table->Used_Num_Records(); }
-
-    std::unique_ptr<MarketThread> market;
-    std::unique_ptr<RecordingHost> host;
-
-private:
-    // "machine L001: table 25 cities, 3 records"
-    void note(const std::string& line)
-    {
-        const std::size_t at = line.find(": table ");
-        const std::size_t comma = line.rfind(", ");
-        if (at != std::string::npos && comma != std::string::npos) {
-            const std::lock_guard lock(m_lock);
-            m_sent[line.substr(at + 8, comma - at - 8)] = std::stoi(line.substr(comma + 2));
-        }
-    }
-
-    std::mutex m_lock;
-    std::map<std::string, int> m_sent;
-};
+using Resume = ResumeSession;
 
 TEST_F(Resume, TablesComeFromTheFilesAndNothingIsSentAgain)
 {
@@ -143,6 +78,65 @@ TEST_F(Resume, FinishedMessagesDoNotComeAgain)
     market->command("chat pedro maria again");
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") >= 2; });
     EXPECT_EQ(host->count_of("message Chat "), 2);
+}
+
+// ---- Many sessions over the same files
+
+class ManySessions : public ResumeSession
+{
+protected:
+    static constexpr int rounds = 100;
+
+    // Bytes that are allocated; none that a sanitizer counts.
+    static std::size_t bytes_in_use() { return mallinfo2().uordblks; }
+
+    template <class Round> static std::size_t growth_over(const Round& round)
+    {
+        const std::size_t bytes = bytes_in_use();
+        for (int i = 0; i < rounds; ++i) {
+            round();
+        }
+        return bytes_in_use() - std::min(bytes, bytes_in_use());
+    }
+
+    // A ring grows once and stays so: the least growth of three times a hundred counts.
+    template <class Round> static void expect_no_growth(const Round& round)
+    {
+        round();
+        const int descriptors = open_descriptors();
+        const std::size_t growth = std::min({growth_over(round), growth_over(round), growth_over(round)});
+        EXPECT_EQ(open_descriptors(), descriptors);
+        EXPECT_LT(growth, rounds * std::size_t{800}); // the lines that the host keeps, and their array
+    }
+};
+
+TEST_F(ManySessions, OverTheirFilesGrowInNothing)
+{
+    expect_no_growth([&] {
+        log_in();
+        log_out();
+    });
+    EXPECT_EQ(cities(), 3);
+}
+
+TEST_F(ManySessions, ThatReadTheirFilesAnewGrowInNothing)
+{
+    expect_no_growth([&] {
+        Forget_Tables();
+        log_in();
+        log_out();
+    });
+}
+
+TEST_F(ManySessions, ThatAreRefusedGrowInNothing)
+{
+    market->command("refuse maria N");
+    expect_no_growth([&] {
+        const int before = host->count_of("error 7 ");
+        ASSERT_EQ(host->login("maria", "secret"), 0);
+        market->wait_until([&](qm::Market&) { return host->count_of("error 7 ") > before; });
+        log_out();
+    });
 }
 
 } // namespace
