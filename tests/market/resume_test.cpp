@@ -6,11 +6,15 @@
 #include "tblproc/global_tables.h"
 #include "tblproc/tblproc.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
 #include <memory>
 #include <mutex>
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 
 namespace {
 
@@ -52,15 +56,37 @@ protected:
         return m_sent.at(table);
     }
 
+    // Behind which messages the host has asked for the log last, as the market tells it.
+    std::string asked()
+    {
+        const std::lock_guard lock(m_lock);
+        return m_asked;
+    }
+
+    void finish_first_chat()
+    {
+        const std::string head = "message Chat ";
+        for (const std::string& line : host->lines()) {
+            if (line.starts_with(head)) {
+                EXPECT_EQ(host->finish("Chat", static_cast<unsigned>(std::stoul(line.substr(head.size())))), 0);
+                return;
+            }
+        }
+    }
+
     static int cities() { return Glb_City_Table->Used_Num_Records(); }
 
     std::unique_ptr<MarketThread> market;
     std::unique_ptr<RecordingHost> host;
 
 private:
-    // "machine L001: table 25 cities, 3 records"
+    // "machine L001: table 25 cities, 3 records", "machine L001: asks for stored messages behind P 0, A 2 of 20260105"
     void note(const std::string& line)
     {
+        if (const std::size_t asks = line.find(" behind "); asks != std::string::npos) {
+            const std::lock_guard lock(m_lock);
+            m_asked = line.substr(asks + 8);
+        }
         const std::size_t at = line.find(": table ");
         const std::size_t comma = line.rfind(", ");
         if (at != std::string::npos && comma != std::string::npos) {
@@ -71,6 +97,7 @@ private:
 
     std::mutex m_lock;
     std::map<std::string, int> m_sent;
+    std::string m_asked;
 };
 
 TEST_F(Resume, TablesComeFromTheFilesAndNothingIsSentAgain)
@@ -83,6 +110,9 @@ TEST_F(Resume, TablesComeFromTheFilesAndNothingIsSentAgain)
     log_in();
     EXPECT_EQ(cities(), 3);
     EXPECT_EQ(sent("25 cities"), 0);
+    log_out();
+    EXPECT_THAT(scratch.read("qapi.log"), HasSubstr("Tables loaded from their files: 0 records in "));
+    EXPECT_THAT(scratch.read("qapi.log"), HasSubstr("Tables loaded from their files: 3 records in "));
 }
 
 TEST_F(Resume, JustWhatHasChangedIsSent)
@@ -132,17 +162,27 @@ TEST_F(Resume, FinishedMessagesDoNotComeAgain)
     market->command("chat pedro maria hello");
     log_in();
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") == 1; });
-    for (const std::string& line : host->lines()) {
-        if (line.starts_with("message Chat ")) {
-            EXPECT_EQ(host->finish("Chat", static_cast<unsigned>(std::stoul(line.substr(13)))), 0);
-        }
-    }
+    finish_first_chat();
     log_out();
     Forget_Tables();
     log_in();
     market->command("chat pedro maria again");
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") >= 2; });
     EXPECT_EQ(host->count_of("message Chat "), 2);
+}
+
+TEST_F(Resume, LogIsAskedForBehindTheLastFinishedMessageOfEachType)
+{
+    market->command("chat pedro maria one");
+    market->command("chat pedro maria two");
+    log_in();
+    EXPECT_THAT(asked(), MatchesRegex("P 0 of [0-9]{8}, A 0, B 0"));
+    market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") == 2; });
+    finish_first_chat();
+    log_out();
+    Forget_Tables();
+    log_in();
+    EXPECT_THAT(asked(), MatchesRegex("P 0 of [0-9]{8}, A 1 of [0-9]{8}, B 0"));
 }
 
 } // namespace
