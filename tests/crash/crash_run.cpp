@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <poll.h>
 #include <vector>
 
 namespace crash {
@@ -68,7 +69,7 @@ void CrashRun::live_and_kill()
 {
     const NumberFiles before(m_directory);
     const auto life = begin();
-    const bool is_early = !m_is_first && any(5) < 2;
+    const bool is_early = !m_is_first && any(2) == 0;
     m_is_first = false;
     if (is_early) {
         wait_for_early_moment(*life);
@@ -216,6 +217,7 @@ void CrashRun::judge_end(const Life& life, const NumberFiles& before)
     const auto dead_line = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (m_market.has_clients()) {
         expect(std::chrono::steady_clock::now() < dead_line, "the market sees its connection close");
+        poll(nullptr, 0, 1);
     }
     m_tally.delivered += life.got().size();
     m_tally.finished += life.done().size();
