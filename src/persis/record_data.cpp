@@ -145,9 +145,32 @@ int CRecord_Data::Save_Record(unsigned np, const void* rec_data, const void* rec
     return 1;
 }
 
+// Of a process that is killed in the midst of a write, the kernel drops what had not been copied: whole pages at the
+// end of it. In a record across a page's border the new identity could then stand beside old content, and no hash would
+// tell. So the slot of such a record is free while it is written.
+bool CRecord_Data::May_Be_Torn(unsigned np) const
+{
+    constexpr std::uint64_t page = 4096;
+    const std::uint64_t begin = Place_Of(np) + MESSAGE_HEADER_ALLOCATED_SIZE;
+    const std::uint64_t last = begin + static_cast<unsigned>(Room_In_Slot()) - 1;
+    const bool is_new = cf_p->Last_CFile_Header != nullptr && np > cf_p->Last_CFile_Header->max_number_of_records;
+    return begin / page != last / page && !is_new;
+}
+
+bool CRecord_Data::Free_Slot(unsigned np)
+{
+    header->deleted = 1;
+    const bool is_free = Save_Header(np) != 0;
+    header->deleted = 0;
+    return is_free;
+}
+
 int CRecord_Data::Write_In_Slot(unsigned np)
 {
     const CFile_d::OneLookAtTheLimit one_look(*cf_p);
+    if (May_Be_Torn(np) && !Free_Slot(np)) {
+        return 0;
+    }
     Set_Position(Place_Of(np) + MESSAGE_HEADER_ALLOCATED_SIZE);
     const int length = Write_Data(Room_In_Slot());
     return length != 0 && Save_Header(np) != 0 ? length : 0;

@@ -2,7 +2,7 @@
 // the file header's record_data_length.
 //
 // The data are written first: a process that is killed between the two leaves a slot that reads as it did before, and
-// never an old record under a new header.
+// never an old record under a new header. A record across a page's border is marked as deleted ahead of that.
 #pragma once
 
 #include "persis/file_header.h"
@@ -87,6 +87,8 @@ private:
     [[nodiscard]] std::uint64_t Place_Of(unsigned np) const { return std::uint64_t{rec_data_length} * np; }
     [[nodiscard]] int Room_In_Slot() const;
     [[nodiscard]] unsigned File_Code() const;
+    [[nodiscard]] bool May_Be_Torn(unsigned np) const;
+    bool Free_Slot(unsigned np);
     int Write_In_Slot(unsigned np);
     int Refuse_Too_Long(int length);
     int Convert(unsigned np);

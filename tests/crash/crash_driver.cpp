@@ -100,6 +100,7 @@ void say_summary(const Tally& tally, std::chrono::steady_clock::time_point begin
     for (std::size_t stage = 0; stage < stages; ++stage) {
         say("  " + std::to_string(tally.kills_at.at(stage)) + " " + moments.at(stage));
     }
+    say("  " + std::to_string(tally.kills_at_writes) + " of all at a write to a file");
 }
 
 std::filesystem::path make_directory()

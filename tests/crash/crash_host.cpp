@@ -9,7 +9,8 @@
 //     error CODE TEXT
 //
 // Commands on standard input: "finish" holds nothing back any more, "hold" does again, "tables HIGHEST_IDX" tells the
-// records, "quit" logs out.
+// records, "die WRITES MOMENT" kills this process at one of its writes (dying_writes.h), "quit" logs out.
+#include "crash/dying_writes.h"
 #include "crash/row_text.h"
 
 #include "little_endian.h"
@@ -30,6 +31,7 @@
 #include <iostream>
 #include <mutex>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -204,6 +206,24 @@ void tell_tables(unsigned highest_idx)
     tell("end");
 }
 
+void obey(const std::string& line, Finisher& finisher)
+{
+    std::istringstream words(line);
+    std::string verb;
+    unsigned number = 0;
+    std::string moment;
+    words >> verb >> number >> moment;
+    if (verb == "finish") {
+        finisher.hold_nothing();
+    } else if (verb == "hold") {
+        finisher.hold();
+    } else if (verb == "die") {
+        crash::Die_At_Write(static_cast<int>(number), moment);
+    } else if (verb == "tables") {
+        tell_tables(number);
+    }
+}
+
 } // namespace
 
 int main(int count, char** arguments)
@@ -213,6 +233,9 @@ int main(int count, char** arguments)
             << "usage: crash_host SEED\nThe host that crash_driver kills; it logs in by the qapi.cfg of the working "
                "directory.\n";
         return 2;
+    }
+    if (count == 4) {
+        crash::Die_At_Write(std::atoi(arguments[2]), arguments[3]);
     }
     Finisher finisher(static_cast<unsigned>(std::strtoul(arguments[1], nullptr, 10)));
     quentar::Host host;
@@ -228,13 +251,7 @@ int main(int count, char** arguments)
         return 1;
     }
     for (std::string line; std::getline(std::cin, line) && line != "quit";) {
-        if (line == "finish") {
-            finisher.hold_nothing();
-        } else if (line == "hold") {
-            finisher.hold();
-        } else {
-            tell_tables(static_cast<unsigned>(std::strtoul(line.substr(line.find(' ') + 1).c_str(), nullptr, 10)));
-        }
+        obey(line, finisher);
     }
     host.logout();
     return 0;

@@ -68,15 +68,23 @@ CrashRun::CrashRun(const std::filesystem::path& program, const std::filesystem::
 void CrashRun::live_and_kill()
 {
     const NumberFiles before(m_directory);
-    const auto life = begin();
     const bool is_early = !m_is_first && any(2) == 0;
+    const bool dies_at_write = any(3) == 0;
     m_is_first = false;
-    if (is_early) {
+    const auto life = begin(is_early && dies_at_write ? any_write() : "");
+    if (!is_early) {
+        bring_level(*life, before);
+        life->tell(dies_at_write ? "die " + any_write() : "");
+        life->tell("hold");
+    }
+    if (dies_at_write) {
+        wait_for_death(*life);
+    } else if (is_early) {
         wait_for_early_moment(*life);
     } else {
-        bring_level(*life, before);
         wait_for_live_moment(*life);
     }
+    m_tally.kills_at_writes += life->has_ended() ? 1 : 0;
     life->kill();
     ++m_tally.kills;
     ++m_tally.kills_at.at(static_cast<std::size_t>(life->stage()));
@@ -86,19 +94,31 @@ void CrashRun::live_and_kill()
 void CrashRun::live_and_end()
 {
     const NumberFiles before(m_directory);
-    const auto life = begin();
+    const auto life = begin("");
     bring_level(*life, before);
     const int exit_code = life->end();
     expect(exit_code == 0, "the host logs out and ends with 0, not with " + std::to_string(exit_code));
     judge_end(*life, before);
 }
 
-std::unique_ptr<Life> CrashRun::begin()
+// "17 within"
+std::string CrashRun::any_write()
+{
+    constexpr unsigned most = 150;
+    constexpr unsigned most_across_pages = 4;
+    const unsigned choice = any(3);
+    if (choice == 0) {
+        return std::to_string(1 + any(most_across_pages)) + " within";
+    }
+    return std::to_string(1 + any(most)) + (choice == 1 ? " before" : " behind");
+}
+
+std::unique_ptr<Life> CrashRun::begin(const std::string& write)
 {
     if (any(3) != 0) {
         m_market.stream(static_cast<int>(any(60)));
     }
-    return std::make_unique<Life>(m_program, m_directory, m_market, static_cast<unsigned>(m_random()));
+    return std::make_unique<Life>(m_program, m_directory, m_market, std::to_string(m_random()) + ' ' + write);
 }
 
 bool CrashRun::stream_some(int& left)
@@ -116,6 +136,12 @@ void CrashRun::let_time_pass(unsigned most_microseconds)
     const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(any(most_microseconds));
     while (std::chrono::steady_clock::now() < end) {
     }
+}
+
+void CrashRun::wait_for_death(Life& life)
+{
+    int left = 300;
+    life.wait_for_death([this, &left] { return stream_some(left); });
 }
 
 void CrashRun::wait_for_early_moment(Life& life)
@@ -168,7 +194,6 @@ void CrashRun::wait_for_live_moment(Life& life)
     const std::size_t done = life.done().size();
     const std::filesystem::path file = m_directory / "qapi.AB01.log";
     const std::uint32_t received = Received_Now(file);
-    life.tell("hold");
     switch (any(4)) {
     case 0:
         life.wait(

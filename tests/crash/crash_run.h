@@ -26,7 +26,8 @@ struct Tally
 {
     int kills = 0;
     std::array<int, stages> kills_at{};
-    int levels = 0; // lives whose tables and messages were held against the market
+    int kills_at_writes = 0; // of all of these
+    int levels = 0;          // lives whose tables and messages were held against the market
     std::size_t delivered = 0;
     std::size_t finished = 0;
     std::size_t rows_compared = 0;
@@ -46,7 +47,9 @@ private:
     unsigned any(unsigned count) { return static_cast<unsigned>(m_random() % count); }
     bool stream_some(int& left); // one event, if any is left
     void let_time_pass(unsigned most_microseconds);
-    [[nodiscard]] std::unique_ptr<Life> begin();
+    std::string any_write(); // to die at: its number and the moment
+    [[nodiscard]] std::unique_ptr<Life> begin(const std::string& write);
+    void wait_for_death(Life& life);
     void wait_for_early_moment(Life& life);
     void wait_for_live_moment(Life& life);
     void bring_level(Life& life, const NumberFiles& before);

@@ -10,6 +10,7 @@ namespace crash {
 namespace {
 
 constexpr auto patience = std::chrono::minutes(1);
+constexpr auto patience_with_the_living = std::chrono::milliseconds(300);
 constexpr std::size_t log_rounds = 2;
 
 // "asks for stored messages behind P 17 of 20260105, A 3 of 20260105, B 0"
@@ -32,12 +33,16 @@ std::vector<qm::LogPosition> positions_in(std::istringstream words)
 } // namespace
 
 Life::Life(const std::filesystem::path& program, const std::filesystem::path& directory, MarketStream& market,
-           unsigned seed)
+           const std::string& arguments)
     : m_market(market)
 {
     market.take_told();
-    m_child =
-        std::make_unique<demo::Child>(std::vector<std::string>{program.string(), std::to_string(seed)}, directory);
+    std::vector<std::string> command{program.string()};
+    std::istringstream words(arguments);
+    for (std::string word; words >> word;) {
+        command.push_back(word);
+    }
+    m_child = std::make_unique<demo::Child>(command, directory);
 }
 
 void Life::wait(const std::string& what, const std::function<bool()>& has_happened,
@@ -49,7 +54,7 @@ void Life::wait(const std::string& what, const std::function<bool()>& has_happen
         if (has_happened()) {
             return;
         }
-        if (m_child->output() < 0) {
+        if (has_ended()) {
             throw Fault("the host has ended while \"" + what + "\" was waited for");
         }
         if (std::chrono::steady_clock::now() > dead_line) {
@@ -58,6 +63,19 @@ void Life::wait(const std::string& what, const std::function<bool()>& has_happen
         if (!meanwhile || !meanwhile()) {
             pollfd output{.fd = m_child->output(), .events = POLLIN, .revents = 0};
             poll(&output, 1, 1); // the market's word wakes nobody
+        }
+    }
+}
+
+void Life::wait_for_death(const std::function<bool()>& meanwhile)
+{
+    auto dead_line = std::chrono::steady_clock::now() + patience_with_the_living;
+    while (!has_ended() && std::chrono::steady_clock::now() < dead_line) {
+        hear();
+        if (meanwhile()) {
+            dead_line = std::chrono::steady_clock::now() + patience_with_the_living;
+        } else {
+            poll(nullptr, 0, 1);
         }
     }
 }

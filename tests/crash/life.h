@@ -38,17 +38,21 @@ inline constexpr std::size_t stages = 5;
 class Life
 {
 public:
-    // Starts it in a directory with a qapi.cfg.
+    // Starts it in a directory with a qapi.cfg, with the program's arguments, a blank between two.
     Life(const std::filesystem::path& program, const std::filesystem::path& directory, MarketStream& market,
-         unsigned seed);
+         const std::string& arguments);
 
     // Until the condition holds; `meanwhile` is done again and again, and tells whether it has done anything. Throws
     // Fault after a minute, or if the host ends.
     void wait(const std::string& what, const std::function<bool()>& has_happened,
               const std::function<bool()>& meanwhile = {});
 
+    // Until it has killed itself, or for so long without an end that it won't.
+    void wait_for_death(const std::function<bool()>& meanwhile);
+
+    [[nodiscard]] bool has_ended() const { return m_child->output() < 0; }
     void tell(const std::string& command) { m_child->send(command); }
-    void kill(); // and takes what was told last
+    void kill(); // if it lives, and takes what was told last
     int end();   // lets it log out; gives the exit code, -1 if it doesn't end
 
     [[nodiscard]] Stage stage() const;
