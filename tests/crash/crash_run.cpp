@@ -312,7 +312,8 @@ void CrashRun::check_tables(Life& life)
         const std::string code = std::to_string(table.code);
         const auto rows = m_market.rows(table.code);
         for (const auto& [idx, row] : rows) {
-            wanted.push_back("row " + code + ' ' + std::to_string(idx) + ' ' + row);
+            wanted.push_back(
+                std::string("row ").append(code).append(" ").append(std::to_string(idx)).append(" " + row));
         }
         wanted.push_back("count " + code + ' ' + std::to_string(rows.size()));
         m_tally.rows_compared += rows.size();
