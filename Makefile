@@ -3,17 +3,19 @@
 PREFIX ?= /usr/local
 DESTDIR ?=
 SECONDS ?= 30
+KILLS ?= 200
 
-.PHONY: help demo test bench fuzz install format clean
+.PHONY: help demo test crash-test bench fuzz install format clean
 
 help:
-	@echo "make demo     build the library, run the example host, show its log"
-	@echo "make test     build everything and run all tests"
-	@echo "make bench    run all benchmarks"
-	@echo "make fuzz     run each fuzz target for SECONDS ($(SECONDS))"
-	@echo "make install  install below PREFIX ($(PREFIX)), staged below DESTDIR if set"
-	@echo "make format   format all C++ sources"
-	@echo "make clean    remove all that was built"
+	@echo "make demo        build the library, run the example host, show its log"
+	@echo "make test        build everything and run all tests"
+	@echo "make crash-test  kill a host KILLS ($(KILLS)) times, and judge what it leaves behind"
+	@echo "make bench       run all benchmarks"
+	@echo "make fuzz        run each fuzz target for SECONDS ($(SECONDS))"
+	@echo "make install     install below PREFIX ($(PREFIX)), staged below DESTDIR if set"
+	@echo "make format      format all C++ sources"
+	@echo "make clean       remove all that was built"
 
 demo:
 	@scripts/install_packages.sh demo
@@ -24,6 +26,11 @@ test:
 	@scripts/install_packages.sh test
 	@scripts/build.sh release
 	@ctest --preset release
+
+crash-test:
+	@scripts/install_packages.sh test
+	@scripts/build.sh release
+	@build/release/tests/crash/crash_driver --kills $(KILLS)
 
 bench:
 	@scripts/install_packages.sh test

@@ -81,8 +81,9 @@ struct Look
 
 Look look_of(State state)
 {
-    constexpr std::array looks{Look{Colour::dim, "absent"}, Look{Colour::yellow, "coming up"},
-                               Look{Colour::green, "connected"}, Look{Colour::red, "lost"}, Look{Colour::dim, "ended"}};
+    constexpr std::array looks{Look{Colour::dim, "absent"},      Look{Colour::yellow, "coming up"},
+                               Look{Colour::green, "connected"}, Look{Colour::red, "lost"},
+                               Look{Colour::red, "killed"},      Look{Colour::dim, "ended"}};
     return looks.at(static_cast<std::size_t>(state));
 }
 

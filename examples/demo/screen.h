@@ -17,6 +17,7 @@ enum class State
     connecting,
     connected,
     lost,
+    killed,
     ended,
 };
 

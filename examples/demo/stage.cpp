@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <poll.h>
 #include <utility>
 
@@ -109,7 +110,8 @@ void Stage::write_configuration(const Host& host) const
            "table_code       = "
         << m_market_number
         << " Posturas_Vigentes\n"
-           "language         = english\n";
+           "language         = english\n"
+           "log_last_processed_message = F\n"; // what isn't finished comes again
 }
 
 void Stage::start_host(std::size_t at)
@@ -117,6 +119,7 @@ void Stage::start_host(std::size_t at)
     Host& host = m_hosts.at(at);
     write_configuration(host);
     host.heard.has_ended = false;
+    ++host.starts;
     host.child = std::make_unique<Child>(std::vector<std::string>{m_programs.trader.string(), host.settings.name,
                                                                   host.settings.password, host.settings.user_code,
                                                                   std::to_string(m_market_number)},
@@ -144,11 +147,50 @@ void Stage::end_host(std::size_t at)
     host.child.reset();
 }
 
+void Stage::kill_host(std::size_t at)
+{
+    Host& host = m_hosts.at(at);
+    HostView& shown = m_view.host_views.at(at);
+    m_screen->say(host.settings.name, "is killed, process and all (SIGKILL)");
+    host.child->kill();
+    read_all();
+    host.child.reset();
+    host.before = {.finished = shown.finished, .sent = shown.sent, .kinds = host.heard.kinds};
+    host.heard.book.clear();
+    shown.received = shown.finished;
+    await_tables(at);
+    shown.state = State::killed;
+    m_screen->refresh();
+}
+
 void Stage::end_market()
 {
     m_market->send("quit");
     expect("the market ends", [this] { return m_market->exit_status().has_value(); });
     m_market.reset();
+}
+
+// A line for each process.
+std::string Stage::tables_from_files(std::size_t at)
+{
+    const std::string heading = "Tables loaded from their files: ";
+    std::string found;
+    expect("the log of " + m_hosts.at(at).settings.name + " tells that tables were loaded", [&] {
+        std::ifstream file(directory_of(at) / "qapi.log", std::ios::binary);
+        const std::string log(std::istreambuf_iterator<char>(file), {});
+        std::size_t begin = 0;
+        for (int line = 0; line < m_hosts.at(at).starts; ++line) {
+            const std::size_t next = log.find(heading, begin);
+            if (next == std::string::npos) {
+                return false;
+            }
+            begin = next + heading.size();
+        }
+        const std::size_t end = log.find(" ms", begin);
+        found = log.substr(begin, end + 3 - begin);
+        return end != std::string::npos;
+    });
+    return found;
 }
 
 // ---- Waiting ---------------------------------------------------------------------------------------------------
@@ -285,6 +327,9 @@ void Stage::hear_table(Host& host, const std::string& line)
     shown.records += std::atoi(count.c_str());
     shown.last_table = (name == code_of_servers ? "servers" : name) + " " + count;
     host.tables += (host.tables.empty() ? "" : ", ") + shown.last_table;
+    if (count != "0") {
+        host.sent_tables += (host.sent_tables.empty() ? "" : ", ") + shown.last_table;
+    }
     m_screen->refresh();
     if (m_screen->is_watched()) {
         poll(nullptr, 0, between_tables);
@@ -304,6 +349,7 @@ void Stage::await_tables(std::size_t at)
     shown.tables_wanted = tables_of_a_login;
     shown.last_table.clear();
     m_hosts.at(at).tables.clear();
+    m_hosts.at(at).sent_tables.clear();
 }
 
 // ---- What a host tells -----------------------------------------------------------------------------------------
@@ -315,11 +361,14 @@ void Stage::hear_host(std::size_t at, const std::string& line)
     Heard& heard = m_hosts.at(at).heard;
     if (words[0] == "tally") {
         HostView& shown = m_view.host_views.at(at);
-        shown.received = std::atoi(words[1].c_str());
-        shown.finished = std::atoi(words[2].c_str());
-        shown.sent = std::atoi(words[3].c_str());
+        const Counts& before = m_hosts.at(at).before;
+        shown.received = before.finished + std::atoi(words[1].c_str());
+        shown.finished = before.finished + std::atoi(words[2].c_str());
+        shown.sent = before.sent + std::atoi(words[3].c_str());
     } else if (words[0] == "kind") {
-        heard.kinds[words[1]] = std::atoi(words[2].c_str());
+        const auto& before = m_hosts.at(at).before.kinds;
+        const auto earlier = before.find(words[1]);
+        heard.kinds[words[1]] = (earlier != before.end() ? earlier->second : 0) + std::atoi(words[2].c_str());
     } else {
         heard.last = line;
         hear_session(at, words);
@@ -336,14 +385,20 @@ void Stage::hear_session(std::size_t at, const Words& words)
         ++host.heard.times_ready;
         shown.state = State::connected;
         shown.last_table = std::to_string(shown.records) + " records";
-        m_screen->say(name, "has " + std::to_string(shown.tables) + " tables: " + host.tables);
-        m_screen->say(name, "OnConnection(0)");
+        if (host.heard.times_ready == 1) {
+            m_screen->say(name, "has " + std::to_string(shown.tables) + " tables: " + host.tables);
+        } else {
+            m_screen->say(name, "was sent " + shown.last_table + ": " + host.sent_tables);
+        }
+        m_screen->say(name, "OnConnection(0)" + (words[1].empty() ? "" : ", " + words[1] + " ms after Login"));
     } else if (words[0] == "lost") {
         ++host.heard.times_lost;
         host.heard.book.clear(); // all that belongs to a connection comes again
         await_tables(at);
         shown.state = State::lost;
         m_screen->say(name, "OnDisconnection: " + words[1]);
+    } else if (words[0] == "leaves") {
+        host.heard.leaves = true;
     } else if (words[0] == "ended") {
         host.heard.has_ended = true;
         shown.state = State::ended;

@@ -5,9 +5,12 @@
 //     move CODE bid|offer PRICE AMOUNT               another one in its place
 //     withdraw CODE
 //     chat USER_CODE TEXT
+//     leave                                          the next chat unfinished
 //     quit                                           logs out; the end of the input is a quit too
 #include <qcapi/host.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
@@ -32,14 +35,18 @@ class Trader
 public:
     Trader(std::string user_code, int market) : m_user_code(std::move(user_code)), m_market(market)
     {
-        m_host.on_connected = [] { tell({"ready"}); };
+        m_host.on_connected = [this] { tell({"ready", time_since_login()}); };
         m_host.on_refused = [](char letter) { tell({"refused", std::string(1, letter)}); };
         m_host.on_disconnected = [](const std::string& reason) { tell({"lost", reason}); };
         m_host.on_error = [](int code, const std::string& text, int) { tell({"error", std::to_string(code), text}); };
         m_host.on_message = [this](quentar::Message message) { hear(std::move(message)); };
     }
 
-    quentar::Result login(const char* user, const char* password) { return m_host.login(user, password); }
+    quentar::Result login(const char* user, const char* password)
+    {
+        m_login = std::chrono::steady_clock::now();
+        return m_host.login(user, password);
+    }
 
     void run()
     {
@@ -67,6 +74,14 @@ private:
         std::fflush(stdout);
     }
 
+    // In milliseconds; of the first connection alone.
+    std::string time_since_login()
+    {
+        const auto time = std::chrono::steady_clock::now() - m_login;
+        const bool is_first = !std::exchange(m_was_connected, true);
+        return is_first ? std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(time).count()) : "";
+    }
+
     // ---- What is heard
 
     void hear(quentar::Message message)
@@ -84,7 +99,8 @@ private:
         } else {
             tell({"message", message.kind()});
         }
-        count(message.kind(), message.finish() == quentar::Result::ok);
+        const bool is_left = message.kind() == "Chat" && m_leaves_chat.exchange(false);
+        count(message.kind(), !is_left && message.finish() == quentar::Result::ok);
     }
 
     // A record that has left the table has its number alone.
@@ -120,6 +136,9 @@ private:
             send_order(verb == "place" ? 1 : verb == "move" ? 2 : 3, words);
         } else if (verb == "chat") {
             send_chat(words);
+        } else if (verb == "leave") {
+            m_leaves_chat = true;
+            tell({"leaves"});
         } else {
             tell({"problem", "no command " + verb});
         }
@@ -173,8 +192,10 @@ private:
     {
         const std::lock_guard lock(m_lock);
         ++m_tally.received;
-        m_tally.finished += is_finished ? 1 : 0;
-        tell({"kind", kind, std::to_string(++m_kinds[kind])});
+        if (is_finished) {
+            ++m_tally.finished;
+            tell({"kind", kind, std::to_string(++m_kinds[kind])});
+        }
         tell_tally();
     }
 
@@ -186,9 +207,12 @@ private:
 
     std::string m_user_code;
     int m_market;
+    std::chrono::steady_clock::time_point m_login;
+    bool m_was_connected = false;
+    std::atomic<bool> m_leaves_chat{false};
     std::mutex m_lock; // callbacks and commands; not held while something is sent, which may wait for a callback
     Tally m_tally;
-    std::map<std::string, int> m_kinds; // received
+    std::map<std::string, int> m_kinds; // finished
     quentar::Host m_host;               // the last: its end ends the callbacks, which use the others
 };
 

@@ -4,11 +4,13 @@
 #include "persis/persis.h"
 #include "persis/table_pers_file.h"
 #include "qcapi/config.h"
+#include "qcapi/log.h"
 #include "qcapi/support.h"
 #include "tblproc/replica_lock.h"
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -97,21 +99,44 @@ void load_files()
     }
 }
 
+int loaded_records()
+{
+    int records = 0;
+    for (const KeptTable& kept : kept_tables) {
+        records += Global_Table(kept.id).get().Used_Num_Records();
+    }
+    return records;
+}
+
+// Written when the lock is gone.
+void tell_load(int records, std::chrono::steady_clock::duration time)
+{
+    LOG_Text("-Tables loaded from their files: %d records in %.1f ms.", records,
+             std::chrono::duration<double, std::milli>(time).count());
+}
+
 } // namespace
 
 int TBLPROC_Load_Persistent_Files(unsigned int min, unsigned int max)
 {
-    const ReplicaLock lock;
     int opened = 0;
-    if (!L_persistent_associated) {
-        opened = TBLPROC_Check_Open();
-        L_persistent_associated = true;
-    }
-    if (min != L_min_range || max != L_max_range) {
+    int records = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const ReplicaLock lock;
+        if (!L_persistent_associated) {
+            opened = TBLPROC_Check_Open();
+            L_persistent_associated = true;
+        }
+        if (min == L_min_range && max == L_max_range) {
+            return opened;
+        }
         load_files();
         L_min_range = min;
         L_max_range = max;
+        records = loaded_records();
     }
+    tell_load(records, std::chrono::steady_clock::now() - begin);
     return opened;
 }
 

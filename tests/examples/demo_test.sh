@@ -44,6 +44,12 @@ lines)
     says 'Mantenimiento_Transacciones: 100 at 4012.2500'
     says 'transmm_usuario_postura.nombre_completo = Carla Rivas'
     says 'OnDisconnection'
+    says '^  ana +is killed'
+    says '^  ana +its tables came from its files: 29 records in [0-9.]+ ms$'
+    says '^  ana +was sent 21 records: .*cities 1(,|$)'
+    says '^  ana +has all that she missed, and nothing twice'
+    [ "$(grep -c 'Chat of Carla Rivas: Remember' output)" -eq 2 ] || fail "an unfinished chat does not come again once"
+    [ "$(grep -c 'Chat of Elena Mora: Good morning' output)" -eq 1 ] || fail "a finished chat comes again"
     for host in ana carla; do
         grep -qE "^  $host +([0-9]+) +\\1 +[0-9]+$" output || fail "$host has not finished all"
         log=$(grep -oE "[^ ]+/$host/qapi.log" output) || fail "where is the log of $host?"
@@ -56,6 +62,7 @@ terminal)
     says "$page"
     says "$colour"
     says '17/17'
+    says 'killed'
     tail -c 3000 output | grep -qE "$cursor_is_back" || fail "no cursor"
     ;;
 interrupted)

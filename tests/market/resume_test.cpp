@@ -1,8 +1,13 @@
 // What a host that starts again has from its files, and what the market still sends it.
 #include "market/support/resume_session.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <malloc.h>
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
 
 namespace {
 
@@ -18,6 +23,9 @@ TEST_F(Resume, TablesComeFromTheFilesAndNothingIsSentAgain)
     log_in();
     EXPECT_EQ(cities(), 3);
     EXPECT_EQ(sent("25 cities"), 0);
+    log_out();
+    EXPECT_THAT(scratch.read("qapi.log"), HasSubstr("Tables loaded from their files: 0 records in "));
+    EXPECT_THAT(scratch.read("qapi.log"), HasSubstr("Tables loaded from their files: 3 records in "));
 }
 
 TEST_F(Resume, JustWhatHasChangedIsSent)
@@ -67,17 +75,27 @@ TEST_F(Resume, FinishedMessagesDoNotComeAgain)
     market->command("chat pedro maria hello");
     log_in();
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") == 1; });
-    for (const std::string& line : host->lines()) {
-        if (line.starts_with("message Chat ")) {
-            EXPECT_EQ(host->finish("Chat", static_cast<unsigned>(std::stoul(line.substr(13)))), 0);
-        }
-    }
+    finish_first_chat();
     log_out();
     Forget_Tables();
     log_in();
     market->command("chat pedro maria again");
     market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") >= 2; });
     EXPECT_EQ(host->count_of("message Chat "), 2);
+}
+
+TEST_F(Resume, LogIsAskedForBehindTheLastFinishedMessageOfEachType)
+{
+    market->command("chat pedro maria one");
+    market->command("chat pedro maria two");
+    log_in();
+    EXPECT_THAT(asked(), MatchesRegex("P 0 of [0-9]{8}, A 0, B 0"));
+    market->wait_until([&](qm::Market&) { return host->count_of("message Chat ") == 2; });
+    finish_first_chat();
+    log_out();
+    Forget_Tables();
+    log_in();
+    EXPECT_THAT(asked(), MatchesRegex("P 0 of [0-9]{8}, A 1 of [0-9]{8}, B 0"));
 }
 
 // ---- Many sessions over the same files

@@ -262,7 +262,7 @@ void Market::On_Closed(Client& client, const std::string& why)
 
 void Market::On_Progress(Client& client, const std::string& text)
 {
-    Tell("machine " + client.party().machine + ": " + text);
+    Tell(on_one_line("machine " + client.party().machine + ": " + text));
 }
 
 void Market::Collect()

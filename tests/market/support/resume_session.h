@@ -59,15 +59,37 @@ protected:
         return m_sent.at(table);
     }
 
+    // Behind which messages the host has asked for the log last, as the market tells it.
+    std::string asked()
+    {
+        const std::lock_guard lock(m_lock);
+        return m_asked;
+    }
+
+    void finish_first_chat()
+    {
+        const std::string head = "message Chat ";
+        for (const std::string& line : host->lines()) {
+            if (line.starts_with(head)) {
+                EXPECT_EQ(host->finish("Chat", static_cast<unsigned>(std::stoul(line.substr(head.size())))), 0);
+                return;
+            }
+        }
+    }
+
     static int cities() { return Glb_City_Table->Used_Num_Records(); }
 
     std::unique_ptr<MarketThread> market;
     std::unique_ptr<RecordingHost> host;
 
 private:
-    // "machine L001: table 25 cities, 3 records"
+    // "machine L001: table 25 cities, 3 records", "machine L001: asks for stored messages behind P 0, A 2 of 20260105"
     void note(const std::string& line)
     {
+        if (const std::size_t asks = line.find(" behind "); asks != std::string::npos) {
+            const std::lock_guard lock(m_lock);
+            m_asked = line.substr(asks + 8);
+        }
         const std::size_t at = line.find(": table ");
         const std::size_t comma = line.rfind(", ");
         if (at != std::string::npos && comma != std::string::npos) {
@@ -78,4 +100,5 @@ private:
 
     std::mutex m_lock;
     std::map<std::string, int> m_sent;
+    std::string m_asked;
 };

@@ -130,9 +130,7 @@ void Client::Take_Session_Message(int number, std::string_view message, const Au
         Take_Table_Message(message);
         break;
     case MSS_PEDIDO_LOG:
-        m_log.Begin(Take_Log_Request(message, server().substr(2)), m_party, m_owner.clock().date(),
-                    m_owner.store().size());
-        Send_On();
+        Begin_Log(Take_Log_Request(message, server().substr(2)));
         break;
     case MSS_PEDIDO_SIGUIENTE_LOG:
         m_log.Begin_Second();
@@ -149,6 +147,18 @@ void Client::Take_Session_Message(int number, std::string_view message, const Au
     default:
         break; // a version, the frame of table requests, a farewell: the journal has them
     }
+}
+
+void Client::Begin_Log(std::vector<LogPosition> positions)
+{
+    std::string text;
+    for (const LogPosition& position : positions) {
+        text += (text.empty() ? "" : ", ") + std::string(1, static_cast<char>(position.log)) + " " +
+                std::to_string(position.number) + (position.date.empty() ? "" : " of " + position.date);
+    }
+    m_owner.On_Progress(*this, "asks for stored messages behind " + (text.empty() ? "none" : text));
+    m_log.Begin(std::move(positions), m_party, m_owner.clock().date(), m_owner.store().size());
+    Send_On();
 }
 
 void Client::Take_Table_Message(std::string_view message)

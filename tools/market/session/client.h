@@ -103,6 +103,7 @@ private:
     bool Pack(std::string& frame, std::string_view message, std::uint16_t priority, std::uint16_t type);
     void Take_Message(std::string_view message, const Audience& audience);
     void Take_Session_Message(int number, std::string_view message, const Audience& audience);
+    void Begin_Log(std::vector<LogPosition> positions);
     void Take_Table_Message(std::string_view message);
     void Send_On();
     void Send_Log();
