@@ -140,6 +140,7 @@ TEST_F(TableLoad, EnvironmentAboveHalfTheRangeIsTakenAsItIs)
     table.Load_Pers_File();
     EXPECT_EQ(At(0).m_env_crc32, (DLONG{11, 0x80000001}));
     EXPECT_EQ(Identity_In_Buffer(At(0)), (DLONG{11, 0x80000001}));
+    EXPECT_THAT(file->Take_Calls(), ElementsAre("save 1 BOG")) << "as a number with a sign it is none";
 }
 
 TEST_F(TableLoad, OfTwoRecordsOfOneKeyTheLaterStaysInTheFileToo)
