@@ -7,14 +7,16 @@
 // gives out, so that no input knows how many were given out before it.
 #include "arrm.h"
 #include "global.h"
+#include "little_endian.h"
 #include "outbound/send_queue.h"
-#include "persis/pers_file.h"
+#include "persis/table_pers_file.h"
 #include "qcapi/config.h"
 #include "qcapi/session.h"
 #include "qcapi/support.h"
 #include "reader/views.h"
 #include "require.h"
 #include "support/table_message.h"
+#include "table/table_state.h"
 #include "table_files_home.h"
 #include "tblproc/subscription.h"
 #include "tblproc/table_messages.h"
@@ -36,6 +38,7 @@ constexpr std::size_t header_len = 22;
 
 struct Kept
 {
+    TableId id;
     int type;
     int code;
     std::size_t body; // bytes behind the header
@@ -43,10 +46,11 @@ struct Kept
     const char* file;
     CMessage* (*find)(unsigned idx);
 };
+// A range opens the files of all tables, which takes most of an input's time: here just these two are opened.
 // clang-format off
 constexpr Kept both_tables[] = {
-    {CITIES_CODE_ID,        CITIES_TABLE_CODE,        135, PERS_CITY_CODE,   "qapi.city",    find_in<Glb_City_Table>},
-    {PRIMARY_USERS_CODE_ID, PRIMARY_USERS_TABLE_CODE,  33, PERS_PYUSER_CODE, "qapi.pryuser", find_in<Glb_Primaryuser_Table>},
+    {TableId::Glb_City_Table,        CITIES_CODE_ID,        CITIES_TABLE_CODE,        135, PERS_CITY_CODE,   "qapi.city",    find_in<Glb_City_Table>},
+    {TableId::Glb_Primaryuser_Table, PRIMARY_USERS_CODE_ID, PRIMARY_USERS_TABLE_CODE,  33, PERS_PYUSER_CODE, "qapi.pryuser", find_in<Glb_Primaryuser_Table>},
 };
 // clang-format on
 
@@ -130,20 +134,19 @@ void send_header(const Kept& kept, char letter)
 
 void connect()
 {
-    receive({.letter = 'g', .data = std::string(8, '\0') + "CO"});
-}
-
-void empty_tables()
-{
-    for (const GlobalTable& table : All_Global_Tables()) {
-        table.delete_all_records();
-    }
+    TBLPROC_Send_Global_Tables_Subscription(1);
+    Glb_Send_Mss->Initialize();
 }
 
 void restart()
 {
-    qapi::Forget_Table_Files();
-    empty_tables();
+    for (const Kept& kept : both_tables) {
+        const GlobalTable& table = Global_Table(kept.id);
+        table.keep_in(nullptr);
+        table.delete_all_records();
+        table.keep_in(qapi::PersTableFile::Open(kept.file_code, kept.file, static_cast<unsigned>(kept.body) + 19));
+        table.load();
+    }
     connect();
 }
 
@@ -151,7 +154,7 @@ void take_step(Input& input)
 {
     const unsigned kind = input.byte();
     const Kept& kept = both_tables[kind >> 4 & 1];
-    constexpr char letters[] = "IICABzHLgS";
+    constexpr char letters[] = "IICABzHL";
     switch (kind & 15) {
     case 5:
         send_header(kept, 'z');
@@ -165,6 +168,7 @@ void take_step(Input& input)
         break;
     case 9:
         TBLPROC_Send_Global_Tables_Subscription();
+        Glb_Send_Mss->Initialize();
         break;
     case 10:
         restart();
@@ -235,6 +239,9 @@ void check_equal_list(const Kept& kept, const std::string& list)
 const bool prepared = [] {
     Set_Report_Host_Sink([](int, char*) {});
     TBLPROC_Init_Tables();
+    Glb_range_environment = our_environment;
+    glb_min_gtable_rec_index = 1;
+    glb_max_gtable_rec_index = 0xFFFFFFFF;
     qapi::Open_Session(1, nullptr);
     return true;
 }();

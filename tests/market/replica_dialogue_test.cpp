@@ -309,6 +309,15 @@ TEST_F(ReplicaDialogue, SecondConnectionKeepsWhatIsInMemory)
     expect_equal_in_memory(cities);
 }
 
+TEST_F(ReplicaDialogue, HundredsOfMissingRecordsAreAskedForInSeveralMessages)
+{
+    fill(cities, 676);
+    hold(cities, table(cities).rows().begin()->second);
+    connect();
+    EXPECT_EQ(records_in(talk()), 675U);
+    expect_equal();
+}
+
 TEST_F(ReplicaDialogue, ListThatWasCutIsForgotten)
 {
     fill(cities, 600);
