@@ -38,9 +38,10 @@ protected:
     }
 
     // A record that came from the server.
-    static void Come(std::uint32_t idx, const std::string& code, std::uint32_t crc32, std::uint32_t env = 0x4F430000)
+    static void Come(std::uint32_t idx, const std::string& code, std::uint32_t crc32,
+                     std::uint32_t environment = 0x4F430000)
     {
-        Receive_Bytes(record(DATA_INSERT_CHAR, idx, code, crc32, env));
+        Receive_Bytes(record(DATA_INSERT_CHAR, idx, code, crc32, environment));
     }
 
     static std::string header(char letter, std::uint16_t count)
@@ -54,12 +55,12 @@ protected:
     }
 
     static std::string record(char letter, std::uint32_t idx, const std::string& code, std::uint32_t crc32,
-                              std::uint32_t env)
+                              std::uint32_t environment)
     {
         std::string bytes = header(letter, 0);
         store_le<std::uint32_t>(bytes.data() + 10, idx);
         store_le<std::uint32_t>(bytes.data() + 14, crc32);
-        store_le<std::uint32_t>(bytes.data() + 18, env);
+        store_le<std::uint32_t>(bytes.data() + 18, environment);
         bytes += code;
         bytes.resize(22 + 135);
         return bytes;
