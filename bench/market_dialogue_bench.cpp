@@ -36,7 +36,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr unsigned records = 100'000;
 constexpr unsigned changed = records / 100;
-constexpr std::size_t rounds = 5;
+constexpr std::size_t rounds = 3; // each fills a market with all branches again
 constexpr std::uint32_t environment = 0x4F430000;
 constexpr std::size_t frame_len = 6;
 constexpr std::size_t envelope_len = 19; // without addressees
