@@ -4,17 +4,22 @@
 //
 // Input: messages back to back. Of each, one byte is the letter's place in a list (or, from there on, the letter), two
 // are the code, one the idx, two the length of what follows: REC_NUM, FLAGS, identity and the record. A message ends
-// early where the input does.
+// early where the input does. A list, too, has numbers of one byte.
 #include "arrm.h"
 #include "global.h"
+#include "outbound/send_queue.h"
 #include "qcapi/config.h"
+#include "qcapi/session.h"
 #include "qcapi/support.h"
 #include "reader/views.h"
 #include "require.h"
 #include "support/table_message.h"
+#include "table_files_home.h"
 #include "tblproc/subscription.h"
 #include "tblproc/table_messages.h"
+#include "tblproc/tblequiv.h"
 #include "tblproc/tblproc.h"
+#include "transport/destinations.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -23,6 +28,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -53,6 +59,17 @@ private:
     std::span<const std::uint8_t> m_bytes;
 };
 
+// `check` looks for records under the first numbers.
+std::string with_small_numbers(std::string list)
+{
+    constexpr std::size_t header_len = 22;
+    constexpr std::size_t triple_len = 12;
+    for (std::size_t at = header_len; at + triple_len <= list.size(); at += triple_len) {
+        std::fill_n(list.begin() + static_cast<std::ptrdiff_t>(at) + 1, 3, '\0');
+    }
+    return list;
+}
+
 std::string next_message(Input& input)
 {
     const unsigned letter = input.byte();
@@ -65,7 +82,8 @@ std::string next_message(Input& input)
     if (flags.size() < 4) {
         return bytes + flags;
     }
-    return (bytes + flags + idx + rest.substr(4)).substr(0, MESSAGE_TRANS_RECORD_SIZE);
+    bytes = (bytes + flags + idx + rest.substr(4)).substr(0, MESSAGE_TRANS_RECORD_SIZE);
+    return bytes[3] == 'H' || bytes[3] == 'L' ? with_small_numbers(std::move(bytes)) : bytes;
 }
 
 void receive(const std::string& bytes)
@@ -106,6 +124,7 @@ void check_next_good_one(const ReplicaType& type)
 const bool prepared = [] {
     Set_Report_Host_Sink([](int, char*) {});
     TBLPROC_Init_Tables();
+    Open_Session(1, nullptr);
     return std::freopen("/dev/null", "w", stdout) != nullptr; // a full list of servers is told there
 }();
 
@@ -113,7 +132,9 @@ void start_again()
 {
     for (const GlobalTable& table : All_Global_Tables()) {
         table.delete_all_records();
+        table.get().m_use_crc32_computing = 0;
     }
+    TBLEQUIV_Forget_Codes();
     COMMON_Global_Codes_Clean();
     for (int type = 1; type < MAX_CODE_ID; ++type) {
         COMMON_Global_Codes_Add(type, type);
@@ -122,6 +143,10 @@ void start_again()
     Glb_access_tables[0] = {.table_code = 6906, .table_type = VOICE_GROUP_CODE_ID};
     Glb_access_tables[1] = {.table_code = 39999, .table_type = TABLE_CODE_ID};
     glb_dss_counter = 0;
+    glb_dm_dest_list.CleanList();
+    Glb_range_environment = 0;
+    std::memset(Glb_environment, 0, sizeof Glb_environment);
+    std::memset(Glb_subscribed_global_table_type, 0, sizeof Glb_subscribed_global_table_type);
     TBLPROC_Reset_Primary_Tables_Check();
     Glb_Recv_Mss->Initialize();
     Glb_Send_Mss->Initialize();
@@ -133,6 +158,7 @@ void start_again()
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     require(prepared);
+    const TableFilesHome home;
     start_again();
     Input input({data, size});
     while (!input.is_empty()) {

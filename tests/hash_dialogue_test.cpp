@@ -8,6 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -38,9 +43,10 @@ protected:
     }
 
     // A record that came from the server.
-    static void Come(std::uint32_t idx, const std::string& code, std::uint32_t crc32, std::uint32_t env = 0x4F430000)
+    static void Come(std::uint32_t idx, const std::string& code, std::uint32_t crc32,
+                     std::uint32_t environment = 0x4F430000)
     {
-        Receive_Bytes(record(DATA_INSERT_CHAR, idx, code, crc32, env));
+        Receive_Bytes(record(DATA_INSERT_CHAR, idx, code, crc32, environment));
     }
 
     static std::string header(char letter, std::uint16_t count)
@@ -54,29 +60,30 @@ protected:
     }
 
     static std::string record(char letter, std::uint32_t idx, const std::string& code, std::uint32_t crc32,
-                              std::uint32_t env)
+                              std::uint32_t environment)
     {
         std::string bytes = header(letter, 0);
         store_le<std::uint32_t>(bytes.data() + 10, idx);
         store_le<std::uint32_t>(bytes.data() + 14, crc32);
-        store_le<std::uint32_t>(bytes.data() + 18, env);
+        store_le<std::uint32_t>(bytes.data() + 18, environment);
         bytes += code;
         bytes.resize(22 + 135);
         return bytes;
     }
 
-    static void Answer(char letter, const std::vector<Listed>& list)
+    static std::string list(char letter, const std::vector<Listed>& triples)
     {
-        std::string bytes = header(letter, static_cast<std::uint16_t>(list.size()));
-        for (const Listed& each : list) {
+        std::string bytes = header(letter, static_cast<std::uint16_t>(triples.size()));
+        for (const Listed& each : triples) {
             std::array<char, 12> triple{};
             store_le<std::uint32_t>(triple.data(), each.idx);
             store_le<std::uint32_t>(triple.data() + 4, each.crc32);
             store_le<std::uint32_t>(triple.data() + 8, each.env);
             bytes.append(triple.data(), triple.size());
         }
-        Receive_Bytes(bytes);
+        return bytes;
     }
+    static void Answer(char letter, const std::vector<Listed>& triples) { Receive_Bytes(list(letter, triples)); }
 
     // Asks again, as at the next connection, and gives the question.
     static std::string Ask()
@@ -272,21 +279,145 @@ TEST_F(HashDialogue, ListThatSaysMoreThanItHoldsIsReadAsFarAsItGoes)
 {
     Come(7, "BOG", 1);
     Ask();
-    std::string bytes = header(DATA_HASH_LAST_ANSWER_CHAR, 65535);
-    Receive_Bytes(bytes);
-    const auto sent = Take_Sent();
-    ASSERT_FALSE(sent.empty());
-    EXPECT_EQ(sent.back()[3], DATA_HASH_LAST_ASK_CHAR);
+    Receive_Bytes(header(DATA_HASH_LAST_ANSWER_CHAR, 65535));
+    EXPECT_THAT(Take_Sent(), ElementsAre(header(DATA_HASH_LAST_ASK_CHAR, 0)));
 }
 
-TEST_F(HashDialogue, SecondTableOfATypeIsTold)
+TEST_F(HashDialogue, HalfATripleIsNone)
 {
     Come(7, "BOG", 1);
     Ask();
-    COMMON_Global_Codes_Add(CITIES_CODE_ID, 26);
-    ReportTexts::Take();
-    TBLPROC_Send_Global_Tables_Subscription(1);
-    EXPECT_EQ(Take_Sent().size(), 3U);
+    std::string bytes = list(DATA_HASH_LAST_ANSWER_CHAR, {{.idx = 9, .crc32 = 5, .env = 6}, {.idx = 10}});
+    bytes.pop_back();
+    Receive_Bytes(bytes);
+    EXPECT_EQ(Take_Sent().at(0).substr(0, 22), header(DATA_HASH_LAST_ASK_CHAR, 1));
 }
+
+TEST_F(HashDialogue, TriplesBeyondTheNumberAreNotRead)
+{
+    Come(7, "BOG", 1);
+    Ask();
+    std::string bytes = list(DATA_HASH_LAST_ANSWER_CHAR, {{.idx = 7, .crc32 = 1, .env = env}, {.idx = 9, .crc32 = 5}});
+    bytes[6] = 1;
+    Receive_Bytes(bytes);
+    EXPECT_THAT(Take_Sent(), ElementsAre(header(DATA_HASH_LAST_ASK_CHAR, 0)));
+}
+
+TEST_F(HashDialogue, AskFollowsItsTablesCode)
+{
+    Come(7, "BOG", 1);
+    Ask();
+    EXPECT_EQ(TBLEQUIV_Row(CITIES_CODE_ID).code, 25);
+    Answer(DATA_HASH_LAST_ANSWER_CHAR, {});
+    EXPECT_EQ(Take_Sent().at(0).substr(0, 6), std::string("888P\x19\0", 6));
+}
+
+TEST_F(HashDialogue, CodeOfARowThatHasNoneIsFilledIn)
+{
+    COMMON_Global_Codes_Add(VOICE_GROUP_CODE_ID, 31);
+    world.Put(Glb_IntVoiceGroup_Table, 1, {});
+    TBLPROC_Send_Global_Tables_Subscription(1);
+    EXPECT_EQ(TBLEQUIV_Row(VOICE_GROUP_CODE_ID).code, 31);
+    EXPECT_THAT(ReportTexts::Take(), IsEmpty());
+}
+
+// ---- Two codes of one type
+
+class TwoCodes : public HashDialogue
+{
+protected:
+    TwoCodes()
+    {
+        Come(7, "BOG", 1);
+        Come(8, "MED", 2);
+        COMMON_Global_Codes_Add(CITIES_CODE_ID, 26);
+        ReportTexts::Take();
+        TBLPROC_Send_Global_Tables_Subscription(1);
+    }
+    static void Answer_Other(const std::vector<Listed>& triples)
+    {
+        std::string bytes = list(DATA_HASH_LAST_ANSWER_CHAR, triples);
+        bytes[4] = 26;
+        Receive_Bytes(bytes);
+    }
+};
+
+TEST_F(TwoCodes, AreToldAndAskedForEach)
+{
+    EXPECT_THAT(ReportTexts::Take(),
+                ElementsAre("1 \nError. Same table id it is used for more than one table (table id: 9)!!!."));
+    const auto sent = Take_Sent();
+    ASSERT_EQ(sent.size(), 3U);
+    EXPECT_EQ(sent[1].substr(3, 3), std::string("Q\x19\0", 3));
+    EXPECT_EQ(sent[2].substr(3, 3), std::string("Q\x1A\0", 3));
+    EXPECT_EQ(TBLEQUIV_Row(CITIES_CODE_ID).code, 25);
+}
+
+TEST_F(TwoCodes, HaveAListAndAnAskEach)
+{
+    Take_Sent();
+    Answer(DATA_HASH_LAST_ANSWER_CHAR, {{.idx = 7, .crc32 = 1, .env = env}});
+    EXPECT_EQ(Code_Under(7), "BOG");
+    EXPECT_EQ(Count(), 1) << "what the other code had is gone";
+    EXPECT_THAT(Take_Sent(), ElementsAre(header(DATA_HASH_LAST_ASK_CHAR, 0)));
+    Answer_Other({{.idx = 8, .crc32 = 2, .env = env}});
+    const auto sent = Take_Sent();
+    ASSERT_EQ(sent.size(), 1U) << "so that the other code's end comes";
+    EXPECT_EQ(sent[0].substr(3, 5), std::string("P\x1A\0\x01\0", 5));
+}
+
+// ---- A table of this client's own
+
+class OwnTable : public HashDialogue
+{
+protected:
+    OwnTable()
+    {
+        Global_Table(TableId::Glb_City_Table).set_flags(TABLE_PUBLISHED_TO_DS);
+        TBLEQUIV_Row(CITIES_CODE_ID).publish_flag = TABLE_PUBLISHED_TO_DS;
+    }
+    ~OwnTable() override { TBLEQUIV_Row(CITIES_CODE_ID).publish_flag = flags; }
+
+    const int flags = TBLEQUIV_Row(CITIES_CODE_ID).publish_flag;
+};
+
+TEST_F(OwnTable, WithoutRecordsIsAskedForByHashToo)
+{
+    const std::string asked = Ask();
+    EXPECT_EQ(asked.substr(0, 8), header(DATA_HASH_QUERY_CHAR, 0).substr(0, 8));
+    EXPECT_EQ(word_at(asked, 14), 0xFFFFFFFFU);
+}
+
+TEST_F(OwnTable, HasWhatItLacksDeletedAtTheServer)
+{
+    Come(7, "BOG", 1);
+    Ask();
+    Answer(DATA_HASH_LAST_ANSWER_CHAR,
+           {{.idx = 7, .crc32 = 1, .env = env}, {.idx = 0x01020304, .crc32 = 5, .env = env}});
+    std::string deletion = header(DATA_DELETE_CHAR, 0);
+    deletion.replace(10, 4, "\x04\x03\x02\x01");
+    EXPECT_THAT(Take_Sent(), ElementsAre(header(DATA_HASH_LAST_ASK_CHAR, 0), deletion));
+}
+
+// ---- Large tables
+
+class LargeTable : public HashDialogue, public ::testing::WithParamInterface<std::uint32_t>
+{
+};
+
+TEST_P(LargeTable, TellsTheLowHalfOfItsNumberOfRecords)
+{
+    const std::uint32_t records = GetParam();
+    for (std::uint32_t idx = 1; idx <= records; ++idx) {
+        Come(idx, TableMessage::word(idx, 3), idx);
+    }
+    ASSERT_EQ(Count(), static_cast<int>(records));
+    const std::string asked = Ask();
+    EXPECT_EQ(asked[3], DATA_HASH_QUERY_CHAR);
+    EXPECT_EQ(load_le<std::uint16_t>(asked.data() + 6), records % 65536);
+    EXPECT_EQ(load_le<std::uint16_t>(asked.data() + 8), 0) << "the flags stay";
+    EXPECT_THAT(ReportTexts::Take(), IsEmpty());
+}
+INSTANTIATE_TEST_SUITE_P(Counts, LargeTable, ::testing::Values(65535U, 65536U, 100'000U));
 
 } // namespace

@@ -148,6 +148,19 @@ TEST_F(Subscription, TheOlderFormAsksForAllTablesWithTheServersFirst)
     EXPECT_EQ(sent[5], request_for(81));
 }
 
+TEST_F(Subscription, TheOlderFormAsksByHashToo)
+{
+    Know(VOICE_GROUP_CODE_ID, 31);
+    world.Put(Glb_IntVoiceGroup_Table, 1, {});
+    TBLPROC_Send_Global_Tables_Subscription();
+    const std::vector<std::string> sent = Take_Sent();
+    ASSERT_EQ(sent.size(), 5U);
+    EXPECT_EQ(sent[2].substr(0, 8), std::string("888Q\x1F\0\x01\0", 8));
+    EXPECT_EQ(TBLEQUIV_Row(VOICE_GROUP_CODE_ID).code, 0) << "the row's code stays as it is";
+    Receive({.letter = 'L', .code = 31});
+    EXPECT_EQ(Take_Sent().at(0).substr(0, 8), std::string("888P\x1F\0\0\0", 8));
+}
+
 TEST_F(Subscription, TheOlderFormCountsNothing)
 {
     Know(CITIES_CODE_ID, 25);

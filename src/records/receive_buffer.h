@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <span>
 
 namespace qapi {
@@ -24,10 +25,15 @@ public:
         const std::size_t there = std::min(record.size(), m_bytes.size());
         std::copy_n(record.begin(), there, m_bytes.begin());
         std::fill(m_bytes.begin() + static_cast<std::ptrdiff_t>(there), m_bytes.end(), '\0');
+        m_len = there;
     }
+
+    // What was laid in last, without the zeros behind it.
+    [[nodiscard]] std::span<const char> record() const { return std::span(m_bytes).first(m_len); }
 
 private:
     std::array<char, LARGEST_RECORD_BUFFER> m_bytes{};
+    std::size_t m_len = 0;
 };
 
 } // namespace qapi

@@ -18,9 +18,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <set>
+#include <span>
 #include <string>
 
 namespace {
@@ -43,10 +45,11 @@ void announce_requests()
     queue(request, nullptr);
 }
 
-constexpr int by_hash = 2; // of start_protocol
+constexpr int by_hash = 2;             // of start_protocol
+constexpr std::size_t triple_len = 12; // idx, CRC, environment
 
-// Tables of which a list is awaited: between the question and the last list.
-std::array<bool, MAX_CODE_ID> L_awaits_list{};
+// The codes of which a list is awaited: between the question and the last list.
+std::bitset<MAX_TABLE_CODES> L_awaited_lists;
 
 // The tables whose lists were worked off; nothing reads it.
 std::set<int> L_persistent_table_codes;
@@ -110,7 +113,7 @@ void name_row(TABLE_ID_EQUIVALENCE& row, int code)
 
 // Asks by hash if the table is kept in a file and has records, or is published to the server; false if it is to be
 // asked for as a whole.
-bool ask_by_hash(TABLE_ID_EQUIVALENCE& row, int code)
+bool ask_by_hash(const TABLE_ID_EQUIVALENCE& row, int code)
 {
     CTableBase* table = row.start_protocol == by_hash ? row.Ptr_CTableBase() : nullptr;
     if (table == nullptr) {
@@ -127,13 +130,33 @@ bool ask_by_hash(TABLE_ID_EQUIVALENCE& row, int code)
     if (count == 0 && (row.publish_flag & TABLE_PUBLISHED_TO_DS) == 0) {
         return false;
     }
-    name_row(row, code);
     TableRequest query(DATA_HASH_QUERY_CHAR);
     query.Set_Count(count);
     query.Set_Hash(hash);
-    L_awaits_list[static_cast<std::size_t>(row.type_id)] = true;
+    L_awaited_lists.set(static_cast<std::size_t>(code));
     query.Send_For(code);
     return true;
+}
+
+// As many as the record says, as far as it has them.
+std::span<const char> listed_triples(CGTHeader& header)
+{
+    const std::span<const char> record = The_Receive_Buffer->record();
+    const std::size_t header_len = std::min<std::size_t>(record.size(), GTABLE_MSG_HEADER_SIZE);
+    const std::span<const char> triples = record.subspan(header_len);
+    const std::size_t said = static_cast<unsigned>(header[REC_NUM]) & 0xFFFFU;
+    return triples.first(triple_len * std::min(said, triples.size() / triple_len));
+}
+
+void take_list(CTableBase& table, std::span<const char> triples)
+{
+    for (; !triples.empty(); triples = triples.subspan(triple_len)) {
+        const char* data = triples.data();
+        const IDX_ENV_CRC32_PAIR pair{.idx = load_le<std::uint32_t>(data),
+                                      .crc32 = load_le<std::uint32_t>(data + 4),
+                                      .env = load_le<std::uint32_t>(data + 8)};
+        table.Set_Idx_For_Record_With_Env_Crc32(&pair, {.low = pair.crc32, .high = pair.env}, pair.idx);
+    }
 }
 
 void post_primary_tables_received()
@@ -160,7 +183,9 @@ void TBLPROC_Send_Global_Tables_Subscription(int table_level)
         if (table_level == level_primary) {
             TBLPROC_Register_Ref_Table(type);
         }
-        if (!ask_by_hash(TBLEQUIV_Row(type), code)) {
+        if (ask_by_hash(TBLEQUIV_Row(type), code)) {
+            name_row(TBLEQUIV_Row(type), code);
+        } else {
             request.Send_For(code);
         }
     }
@@ -176,7 +201,11 @@ void TBLPROC_Send_Global_Tables_Subscription()
     TableRequest request(DATA_INSCRIPTION_CHAR);
     request.Send_For(first);
     for (int code = 1; code < MAX_TABLE_CODES; ++code) {
-        if (gbl_code_table_type[code] != ZERO_CODE_ID && code != first && code != last_but_one && code != last) {
+        const int type = gbl_code_table_type[code];
+        if (type == ZERO_CODE_ID || code == first || code == last_but_one || code == last) {
+            continue;
+        }
+        if (!ask_by_hash(TBLEQUIV_Row(type), code)) {
             request.Send_For(code);
         }
     }
@@ -187,7 +216,7 @@ void TBLPROC_Send_Global_Tables_Subscription()
 // What an older connection was to answer is not awaited on this one.
 void TBLPROC_Reset_Primary_Tables_Check()
 {
-    L_awaits_list.fill(false);
+    L_awaited_lists.reset();
     L_Ref_Table_End_Rec.fill(0);
     L_Ref_Table_Num = 0;
 }
@@ -228,28 +257,19 @@ void TBLPROC_Check_Referenced_Table(int table_type)
 }
 
 // The triples are taken out of the buffer before anything is sent.
-void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer)
+void TBLPROC_Process_Hash_Answer(int /*table_type*/, CTableBase* table, int is_the_last_answer)
 {
-    constexpr int triple = 12;
-    constexpr int most_listed = 2800 / triple; // what DATA_INFO has room for
-    bool& awaits_list = L_awaits_list[static_cast<std::size_t>(TBLEQUIV_Row(table_type).type_id)];
-    if (!awaits_list || table == nullptr) {
-        return;
-    }
     CGTHeader& header = *Glb_cur_gt_header;
     header.Init();
-    const char* data = The_Receive_Buffer->data() + GTABLE_MSG_HEADER_SIZE;
-    const int listed = std::min<int>(static_cast<unsigned short>(static_cast<unsigned>(header[REC_NUM])), most_listed);
-    L_listed_code = static_cast<int>(static_cast<unsigned>(header[DATA_CODE]));
-    const ReplicaLock lock;
-    for (int i = 0; i < listed; ++i, data += triple) {
-        const IDX_ENV_CRC32_PAIR pair{.idx = load_le<std::uint32_t>(data),
-                                      .crc32 = load_le<std::uint32_t>(data + 4),
-                                      .env = load_le<std::uint32_t>(data + 8)};
-        table->Set_Idx_For_Record_With_Env_Crc32(&pair, {.low = pair.crc32, .high = pair.env}, pair.idx);
+    const auto code = static_cast<unsigned>(header[DATA_CODE]);
+    if (table == nullptr || code >= L_awaited_lists.size() || !L_awaited_lists[code]) {
+        return;
     }
+    L_listed_code = static_cast<int>(code);
+    const ReplicaLock lock;
+    take_list(*table, listed_triples(header));
     if (is_the_last_answer != 0) {
-        awaits_list = false;
+        L_awaited_lists.reset(code);
         table->Check_Crc32_Updating(TBLPROC_Send_Delete_For_Missing_Call_Back, TBLPROC_Send_Ask_For_Missing_Call_Back);
         L_persistent_table_codes.insert(L_listed_code);
     }

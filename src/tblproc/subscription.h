@@ -8,7 +8,8 @@
 // whole. The primary level counts the tables that it asks for.
 void TBLPROC_Send_Global_Tables_Subscription(int table_level);
 
-// The same for all tables at once, without a count, the list of servers first. Nothing in the library calls it.
+// The same for all tables at once, without a count, the list of servers first; the rows' codes stay as they are.
+// Nothing in the library calls it.
 void TBLPROC_Send_Global_Tables_Subscription();
 
 // The count of primary tables that are awaited.
@@ -21,7 +22,9 @@ void TBLPROC_Check_Referenced_Table(int table_type);
 
 // The server's list of a table's records, in answer to a question by hash, is in the buffer of the views. With the last
 // one the table takes the server's idx values, asks for what it lacks and drops what the server doesn't have. A list
-// that wasn't asked for, or comes behind the last one, changes nothing.
+// that wasn't asked for, or comes behind the last one, changes nothing. Two codes of one type are asked for and listed
+// one by one, and share the type's table: what one list doesn't have goes, so a type that is asked for by hash has one
+// code.
 void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer);
 
 // What a table tells the server while its list is worked off; the table's code is that of the list.

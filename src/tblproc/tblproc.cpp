@@ -74,6 +74,11 @@ void TBLPROC_Init_Tables()
     }
 }
 
+void TBLPROC_Clean_Tables() {}
+void TBLPROC_Send_To_Dgi_Global_Tables() {}
+void TBLPROC_Send_To_DGI_Persis_Tables() {}
+void TBLPROC_Send_To_DS_Persis_Tables() {}
+
 int qapi::Set_Table_Type(const GlobalTable& table, int table_type_id)
 {
     const TABLE_ID_EQUIVALENCE& row = TBLEQUIV_Row(table_type_id);

@@ -15,6 +15,13 @@ void TBLPROC_Init_Tables();
 // stays in memory. Returns whether the last one opened, 0 after the first call. For the reader.
 int TBLPROC_Load_Persistent_Files(unsigned int min, unsigned int max);
 
+// What servers do with their tables when they start and stop. A client's tables are cleared with the connection, and
+// nothing of them is published: these do nothing.
+void TBLPROC_Clean_Tables();
+void TBLPROC_Send_To_Dgi_Global_Tables();
+void TBLPROC_Send_To_DGI_Persis_Tables();
+void TBLPROC_Send_To_DS_Persis_Tables();
+
 namespace qapi {
 
 // Gives a table the code and the flags of a type: those of row 0 for a number that is no type. Returns 0.
