@@ -1,5 +1,6 @@
 // Any bytes as a file of processed messages, and any messages over it. Whatever the file says, a message that was
-// finished is known from then on, number 0 never is, and the next start has the numbers and the date that this one had.
+// finished is known from then on, number 0 never is, and the next start has the numbers and the date that this one had,
+// if they may be those of the file.
 //
 // Input: a length of two bytes and so many bytes of the file; then steps of six bytes: what is done, a day, a number.
 #include "little_endian.h"
@@ -66,6 +67,15 @@ Position position()
     return position;
 }
 
+// A number that is held up by a pending message far ahead of all that were finished looks like damage to the next
+// start.
+bool is_believed(const Position& left)
+{
+    constexpr std::uint64_t missing_numbers = 1'000'000;
+    const std::uint64_t highest = std::max<std::uint64_t>(left.received, left.processed);
+    return highest * 100 <= fs::file_size(directory() / "qapi.AB01.log") + missing_numbers * 100;
+}
+
 bool is_processed(Header header)
 {
     return LOG_Is_Processed_Record(header.data(), nullptr) == 1;
@@ -102,6 +112,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const Position before = position();
     LOG_Msg_Init();
-    require(position() == before);
+    require(position() == (is_believed(before) ? before : Position{}));
     return 0;
 }
