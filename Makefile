@@ -8,7 +8,7 @@ KILLS ?= 200
 .PHONY: help demo test crash-test bench fuzz install format clean
 
 help:
-	@echo "make demo        build the library, run the example host, show its log"
+	@echo "make demo        build library and market, and show a session live"
 	@echo "make test        build everything and run all tests"
 	@echo "make crash-test  kill a host KILLS ($(KILLS)) times, and judge what it leaves behind"
 	@echo "make bench       run all benchmarks"

@@ -303,7 +303,7 @@ TEST_F(ProcessedFiles, PendingMessagesAreCountedInOneLine)
     LOG_End();
     const std::string log = directory.read("qapi.log");
     const std::string line = "Messages not finished when the connection closed: 3. Repeats of them are refused until "
-                             "the next login.";
+                             "Login is called again.";
     EXPECT_NE(log.find(line), std::string::npos);
     EXPECT_EQ(log.find("closed: 0"), std::string::npos);
 }
@@ -344,6 +344,7 @@ TEST_F(ProcessedFiles, ADiskThatFailsIsReported)
     Glb_sync_files = 1;
     start();
     handled(MessageHeader(2));
+    handled(MessageHeader(3)); // and once
     EXPECT_THAT(ReportTexts::Take(), ElementsAre("20 The following log file couldn't be written " +
                                                  directory.path(file_b).string() + ": Input/output error"));
 }

@@ -202,6 +202,7 @@ TEST_F(TableLoad, FileThatWasStartedAfreshGetsAllRecordsUnderNumbersFromOne)
     table.Load_Pers_File();
     EXPECT_THAT(file->Take_Calls(), ElementsAre("delete 1", "save 1 BOG", "save 2 MED"));
     EXPECT_EQ(By_Code(table, "MED")->m_unic_number, 2U);
+    EXPECT_EQ(file->m_next, 3U) << "the file knows that they are taken";
 }
 
 TEST_F(TableLoad, RecordsHaveTheTablesList)

@@ -50,6 +50,12 @@ Pipe make_pipe()
     _exit(could_not_run);
 }
 
+// As a shell tells it.
+int status_of(int wait_status)
+{
+    return WIFSIGNALED(wait_status) ? 128 + WTERMSIG(wait_status) : WEXITSTATUS(wait_status);
+}
+
 void close_if_open(int& descriptor)
 {
     if (descriptor >= 0) {
@@ -113,7 +119,7 @@ void Child::kill()
         ::kill(m_process, SIGKILL);
         int status = 0;
         waitpid(m_process, &status, 0);
-        m_status = 128 + SIGKILL;
+        m_status = status_of(status);
     }
 }
 
@@ -147,7 +153,7 @@ std::optional<int> Child::exit_status()
 {
     int status = 0;
     if (!m_status && waitpid(m_process, &status, WNOHANG) == m_process) {
-        m_status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+        m_status = status_of(status);
     }
     return m_status;
 }

@@ -1,5 +1,6 @@
 // Record files: each record of a persistent table stands in a numbered slot of a file of its own, so that a new process
-// finds the table again and a change costs two small writes. docs/file_formats.md has the layout to the byte.
+// finds the table again and a change costs two small writes, a third where its slot lies on two pages.
+// docs/file_formats.md has the layout to the byte.
 //
 //   file_d          the file: reads and writes at positions, reading ahead
 //   pers_d          a block of tagged items at a position

@@ -69,7 +69,6 @@ public:
     [[nodiscard]] int Get_Version() const { return version; }
     // Its header had a shorter length than its bytes: the identity may be that of more than was read.
     [[nodiscard]] bool Was_Cut() const { return m_was_cut; }
-    [[nodiscard]] bool Has_End_Signal() const { return m_has_end_signal; } // the record that was read last
 
 protected:
     void Set_Current_Version(int current);

@@ -48,8 +48,10 @@ void PersTableFile::Save_Record(unsigned number, const char* data_info, const ch
 
 void PersTableFile::Delete_Record(unsigned number)
 {
-    // A record that was never written has no slot to be deleted.
-    Note(m_file.Delete_Record(number) != 0 || number > m_file.m_header.max_number_of_records, number);
+    const bool was_written = number <= m_file.m_header.max_number_of_records;
+    if (was_written) {
+        Note(m_file.Delete_Record(number) != 0, number);
+    }
 }
 
 bool PersTableFile::Check_Forced_Save()

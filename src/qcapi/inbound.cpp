@@ -83,7 +83,6 @@ void connection_opened(Inbound_Record& record)
 void clean_tables()
 {
     Clear_Tables_Of_The_Connection(*The_Mailbox_Mutex);
-    LOG_Tell_Pending();
 }
 
 void no_tables() {}
@@ -149,6 +148,7 @@ Next act_for_client(int status, Inbound_Record& record)
         Close_Session();
         Glb_main_connected = 0;
         LOG_Text("-RC%c-Status changed to closed connection", record.data[0]);
+        LOG_Tell_Pending();
         connection_closed(record, clean_tables);
         return date_was_refused() ? Next::date_was_refused : Next::go_on;
     case PRIMARY_TABLES_RECEIVED:

@@ -74,7 +74,7 @@ void ProcessedFile::Log_Update_Header(const LOG_HEADER& header)
     const Record record = packed(header);
     const int error = Write_At(m_descriptor, record, offset_of_file_header);
     m_size = std::max(m_size, std::int64_t{record.size()});
-    Tell(error);
+    Tell(error, m_write_is_failing);
 }
 
 void ProcessedFile::Log_Processed_Record(std::uint32_t number, const MessageDate& date, const LOG_HEADER& header)
@@ -83,7 +83,7 @@ void ProcessedFile::Log_Processed_Record(std::uint32_t number, const MessageDate
     m_size = std::max(m_size, offset_of_message(number) + std::int64_t{sizeof(Record)}); // also for a part of it
     const auto write_header = error == 0 ? Write_At_Lower : Write_At;
     const int header_error = write_header(m_descriptor, packed(header), offset_of_file_header);
-    Tell(error != 0 ? error : header_error);
+    Tell(error != 0 ? error : header_error, m_write_is_failing);
 }
 
 // A killed process may leave the first page of such a record new and the second one old: of two dates a third, which
@@ -96,13 +96,13 @@ int ProcessedFile::Write_Processed(std::uint32_t number, const MessageDate& date
 }
 
 // One report for all messages that meet a full disk.
-void ProcessedFile::Tell(int error)
+void ProcessedFile::Tell(int error, bool& is_failing)
 {
-    if (error != 0 && !m_is_failing) {
+    if (error != 0 && !is_failing) {
         COMMON_Put_Syslog_Message(QAPI_ERR_COULDNT_USE_LOG_FILES, "The following log file couldn't be written %s: %s",
                                   m_path.c_str(), std::generic_category().message(error).c_str());
     }
-    m_is_failing = error != 0;
+    is_failing = error != 0;
 }
 
 int ProcessedFile::Sync() const

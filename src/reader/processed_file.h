@@ -56,19 +56,21 @@ public:
     // asked for the message again, and it is refused then.
     void Log_Processed_Record(std::uint32_t number, const MessageDate& date, const LOG_HEADER& header);
 
-    // A failure that was met elsewhere, as a write's.
-    void Tell(int error);
+    // What Sync gave. The first failure in a row is reported, as a write's.
+    void Tell_Sync(int error) { Tell(error, m_sync_is_failing); }
 
     // Waits for the disk where the configuration asks for it. 0 or errno. Any thread, without a lock.
     [[nodiscard]] int Sync() const;
 
 private:
+    void Tell(int error, bool& is_failing);
     [[nodiscard]] int Write_Processed(std::uint32_t number, const MessageDate& date) const;
 
     std::string m_path;
     int m_descriptor;
     std::int64_t m_size; // nobody else writes the file, so nothing has to be asked behind its end
-    bool m_is_failing = false;
+    bool m_write_is_failing = false;
+    bool m_sync_is_failing = false;
 };
 
 // Where the record of a message stands: up to 429,496,729,500, which no 32 bits hold.

@@ -12,6 +12,7 @@
 #include "qcapi/log_files.h"
 #include "qcapi/support.h"
 #include "reader/processed_file.h"
+#include "record_io.h"
 
 #include <algorithm>
 #include <array>
@@ -235,7 +236,7 @@ bool open_server(Server& server, const char* code)
 std::shared_ptr<ProcessedFile> finish_or_skip(const char* header, bool finished)
 {
     const CRecNum key = key_of(header);
-    const MutexLock lock(L_proc_messages);
+    const MutexLock lock(L_proc_messages); // and under it that of the last sent date
     LOG_DATA_SERVER_STRUCT* log = Log_Find_Data_Server(header);
     if (log == nullptr) {
         return nullptr;
@@ -321,13 +322,12 @@ void LOG_Update_Last_Proc_Message(const char* header, int finished)
     }
     const ReportHold reports_wait;
     const auto file = finish_or_skip(header, finished == 1);
-    if (file == nullptr || finished != 1) {
+    if (file == nullptr || finished != 1 || Glb_sync_files == 0) {
         return;
     }
-    if (const int error = file->Sync(); error != 0) {
-        const MutexLock lock(L_proc_messages);
-        file->Tell(error);
-    }
+    const int error = file->Sync();
+    const MutexLock lock(L_proc_messages);
+    file->Tell_Sync(error);
 }
 
 void LOG_Tell_Pending()
@@ -342,8 +342,8 @@ void LOG_Tell_Pending()
         }
     }
     if (pending != 0) {
-        LOG_Text("-Messages not finished when the connection closed: %zu. Repeats of them are refused until the next "
-                 "login.",
+        LOG_Text("-Messages not finished when the connection closed: %zu. Repeats of them are refused until "
+                 "Login is called again.",
                  pending);
     }
 }

@@ -100,12 +100,13 @@ template <class REC, class KEYS, class LIST> bool CTable<REC, KEYS, LIST>::Init_
     return DLONG{record.Word_Of(CRC32), record.Word_Of(ENVIRONMENT)} != before;
 }
 
-// The file has been started afresh.
+// The file has been started afresh. It gives its numbers out from 1 up, and keeps those for itself that it could not
+// save.
 template <class REC, class KEYS, class LIST> void CTable<REC, KEYS, LIST>::Save_All_Again()
 {
-    unsigned number = 0;
-    For_Each_Used([&](int /*pos*/, REC& record) {
-        record.Take_Unic_Number(++number);
+    For_Each_Used([this](int /*pos*/, REC& record) {
+        const unsigned number = m_Pers_File->Get_Next_Free();
+        record.Take_Unic_Number(number);
         m_Pers_File->Save_Record(number, record[DATA_INFO].Get_Ptr(), record[ENV_CRC32].Get_Ptr());
     });
 }

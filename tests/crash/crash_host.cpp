@@ -228,10 +228,9 @@ void obey(const std::string& line, Finisher& finisher)
 
 int main(int count, char** arguments)
 {
-    if (count != 2) {
-        std::cerr
-            << "usage: crash_host SEED\nThe host that crash_driver kills; it logs in by the qapi.cfg of the working "
-               "directory.\n";
+    if (count != 2 && count != 4) {
+        std::cerr << "usage: crash_host SEED [WRITE MOMENT]\nThe host that crash_driver kills; it logs in by the "
+                     "qapi.cfg of the working directory.\n";
         return 2;
     }
     if (count == 4) {

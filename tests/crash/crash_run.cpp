@@ -86,6 +86,7 @@ void CrashRun::live_and_kill()
     }
     m_tally.kills_at_writes += life->has_ended() ? 1 : 0;
     life->kill();
+    expect(life->was_killed(), "the host ends by SIGKILL alone");
     ++m_tally.kills;
     ++m_tally.kills_at.at(static_cast<std::size_t>(life->stage()));
     judge_end(*life, before);

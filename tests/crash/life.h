@@ -6,6 +6,7 @@
 
 #include "store/message_store.h"
 
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -50,6 +51,7 @@ public:
     // Until it has killed itself, or for so long without an end that it won't.
     void wait_for_death(const std::function<bool()>& meanwhile);
 
+    [[nodiscard]] bool was_killed() { return m_child->exit_status() == 128 + SIGKILL; }
     [[nodiscard]] bool has_ended() const { return m_child->output() < 0; }
     void tell(const std::string& command) { m_child->send(command); }
     void kill(); // if it lives, and takes what was told last

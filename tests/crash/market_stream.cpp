@@ -166,11 +166,14 @@ std::string MarketStream::any_text(std::size_t longest)
     return text;
 }
 
+// With a digit in front: two records under one key, of which a client keeps one, would be no table of a market, and
+// those of the scenario begin with letters.
 std::string MarketStream::any_key(const KeptTable& table, const Content& content)
 {
     std::string key(table.key_width, ' ');
     do {
         std::generate(key.begin(), key.end(), [this] { return static_cast<char>('A' + any(26)); });
+        key.front() = static_cast<char>('0' + any(10));
     } while (content.used.contains(key));
     return key;
 }

@@ -386,7 +386,7 @@ INSTANTIATE_TEST_SUITE_P(Counts, LargeTable, ::testing::Values(65535U, 65536U, 1
 class AnyStates : public ReplicaDialogue, public ::testing::WithParamInterface<unsigned>
 {
 protected:
-    static constexpr int rounds = 25; // of fifteen tables each
+    static constexpr int rounds = 10; // of fifteen tables each
 
     AnyStates() // the files are there
     {
