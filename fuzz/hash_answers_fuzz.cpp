@@ -7,6 +7,7 @@
 // gives out, so that no input knows how many were given out before it.
 #include "arrm.h"
 #include "global.h"
+#include "input.h"
 #include "little_endian.h"
 #include "outbound/send_queue.h"
 #include "persis/table_pers_file.h"
@@ -53,22 +54,6 @@ constexpr Kept both_tables[] = {
     {TableId::Glb_Primaryuser_Table, PRIMARY_USERS_CODE_ID, PRIMARY_USERS_TABLE_CODE,  33, PERS_PYUSER_CODE, "qapi.pryuser", find_in<Glb_Primaryuser_Table>},
 };
 // clang-format on
-
-class Input
-{
-public:
-    explicit Input(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}
-    [[nodiscard]] bool is_empty() const { return m_bytes.empty(); }
-    unsigned byte()
-    {
-        const unsigned value = m_bytes.empty() ? 0 : m_bytes.front();
-        m_bytes = m_bytes.subspan(m_bytes.empty() ? 0 : 1);
-        return value;
-    }
-
-private:
-    std::span<const std::uint8_t> m_bytes;
-};
 
 CTableBase& replica(const Kept& kept)
 {

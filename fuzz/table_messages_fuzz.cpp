@@ -7,6 +7,7 @@
 // early where the input does. A list, too, has numbers of one byte.
 #include "arrm.h"
 #include "global.h"
+#include "input.h"
 #include "outbound/send_queue.h"
 #include "qcapi/config.h"
 #include "qcapi/session.h"
@@ -34,30 +35,6 @@ namespace {
 
 constexpr std::string_view letters = "ICABzgRSUDtZHLQNP";
 constexpr unsigned idx_end = 256;
-
-class Input
-{
-public:
-    explicit Input(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}
-
-    [[nodiscard]] bool is_empty() const { return m_bytes.empty(); }
-    unsigned byte()
-    {
-        const unsigned value = m_bytes.empty() ? 0 : m_bytes.front();
-        m_bytes = m_bytes.subspan(m_bytes.empty() ? 0 : 1);
-        return value;
-    }
-    unsigned word() { return byte() | byte() << 8U; }
-    std::string text(std::size_t len)
-    {
-        const auto taken = m_bytes.first(std::min(len, m_bytes.size()));
-        m_bytes = m_bytes.subspan(taken.size());
-        return {taken.begin(), taken.end()};
-    }
-
-private:
-    std::span<const std::uint8_t> m_bytes;
-};
 
 // `check` looks for records under the first numbers.
 std::string with_small_numbers(std::string list)

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -82,13 +81,6 @@ bool CFile_d::OneLookAtTheLimit::allows() const
 {
     errno = m_file.m_allowed == 0 ? EFBIG : errno;
     return m_file.m_allowed != 0;
-}
-
-std::size_t CFile_d::read(void* bytes, std::size_t size)
-{
-    const std::span<const char> there = look(size);
-    std::memcpy(bytes, there.data(), there.size());
-    return there.size();
 }
 
 std::span<const char> CFile_d::look(std::size_t size)

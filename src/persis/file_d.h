@@ -34,10 +34,7 @@ public:
     // it may then stand in the file.
     int write(const void* bytes, std::size_t size);
 
-    // Returns how many bytes were there.
-    std::size_t read(void* bytes, std::size_t size);
-
-    // The same without a copy. Good until the next call.
+    // The bytes from the place on, as many of them as are there, and moves behind them. Good until the next call.
     std::span<const char> look(std::size_t size);
 
     // Brings what was written to the disk itself, if the configuration asks for it (sync_files). Returns 1 or 0.

@@ -117,7 +117,6 @@ int CRecord_Data::Room_In_Slot() const
 
 int CRecord_Data::Save_Header(unsigned np)
 {
-    cur_record_num = np;
     header->Set_Position(Place_Of(np));
     header->record_length = rec_size_defined;
     const int length = header->Write_Data(0);
@@ -186,7 +185,6 @@ int CRecord_Data::Refuse_Too_Long(int length)
 int CRecord_Data::Look_At_Record(unsigned np, void* rec_data, void* rec_extra)
 {
     new_version_detected = NO_NEW_VERSION;
-    cur_record_num = np;
     header->Set_Position(Place_Of(np));
     if (header->Read_Data() == 0) {
         header->deleted = 0;

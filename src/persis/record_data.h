@@ -67,6 +67,7 @@ public:
     int Save_Header(unsigned np);
 
     [[nodiscard]] int Get_Version() const { return version; }
+
     // Its header had a shorter length than its bytes: the identity may be that of more than was read.
     [[nodiscard]] bool Was_Cut() const { return m_was_cut; }
 
@@ -108,7 +109,6 @@ private:
 
     CRecord_Header* header = nullptr;
     unsigned rec_data_length = 0; // R
-    unsigned cur_record_num = 0;
     int new_version_detected = NO_NEW_VERSION;
     bool m_has_buffer = false;
     bool m_has_end_signal = false;

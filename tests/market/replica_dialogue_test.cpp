@@ -543,6 +543,15 @@ protected:
         }
     }
 
+    void expect_a_dialogue_that_sends_what_is_missing()
+    {
+        connect();
+        const std::size_t lacking = missing();
+        EXPECT_EQ(records_in(talk()), lacking);
+        expect_equal();
+        expect_equal_hashes();
+    }
+
     static constexpr unsigned keys = 40;
     std::mt19937 m_random{GetParam()};
 };
@@ -552,11 +561,7 @@ TEST_P(AnyStates, OneDialogueMakesThemEqualAndSendsWhatIsMissing)
     for (int round = 0; round < rounds && !HasFailure(); ++round) {
         SCOPED_TRACE(round);
         change_both();
-        connect();
-        const std::size_t lacking = missing();
-        EXPECT_EQ(records_in(talk()), lacking);
-        expect_equal();
-        expect_equal_hashes();
+        expect_a_dialogue_that_sends_what_is_missing();
     }
 }
 
@@ -567,11 +572,7 @@ TEST_P(AnyStates, WholeDialogueMakesGoodWhatACutOneLeft)
         change_both();
         cut_session();
         change_both();
-        connect();
-        const std::size_t lacking = missing();
-        EXPECT_EQ(records_in(talk()), lacking);
-        expect_equal();
-        expect_equal_hashes();
+        expect_a_dialogue_that_sends_what_is_missing();
     }
 }
 
