@@ -40,7 +40,7 @@ protected:
         Connect();
         Shrink_Send_Buffer(*descr);
     }
-    void Send_Next() { Send(numbered(sent++)); }
+    void Send_Next() { Send_Of(connection_of_numbered, numbered(sent++)); }
     // More than the queue and both ends' buffers hold; nothing moves any more when this returns.
     void Send_Until_The_Queue_Is_Full()
     {
@@ -74,6 +74,7 @@ protected:
         }
     }
 
+    unsigned connection_of_numbered = 0; // 0: whichever stands
     int sent = 0;
     int received = 0;
 };
@@ -179,6 +180,7 @@ TEST_F(SenderTest, WhatWasQueuedForALostConnectionDoesNotReachTheNext)
 TEST_F(SenderTest, ARecordThatWaitsForRoomIsNotSentOverTheNextConnection)
 {
     Connect_With_Small_Buffer();
+    connection_of_numbered = Connections();
     Send_Until_The_Queue_Is_Full();
     for (int i = 0; i < 100; ++i) {
         Send_Of(Connections(), "575 of the lost connection");
