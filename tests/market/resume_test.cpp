@@ -103,28 +103,33 @@ TEST_F(Resume, LogIsAskedForBehindTheLastFinishedMessageOfEachType)
 class ManySessions : public ResumeSession
 {
 protected:
-    static constexpr int rounds = 100;
+    static constexpr int rounds = 50;
 
     // Bytes that are allocated; none that a sanitizer counts.
     static std::size_t bytes_in_use() { return mallinfo2().uordblks; }
 
-    template <class Round> static std::size_t growth_over(const Round& round)
+    template <class Round> std::size_t growth_over(const Round& round)
     {
         const std::size_t bytes = bytes_in_use();
         for (int i = 0; i < rounds; ++i) {
             round();
+            host->forget_lines();
         }
         return bytes_in_use() - std::min(bytes, bytes_in_use());
     }
 
-    // A ring grows once and stays so: the least growth of three times a hundred counts.
-    template <class Round> static void expect_no_growth(const Round& round)
+    // A ring doubles now and then and stays so; what every session leaves is in each of five times fifty.
+    template <class Round> void expect_no_growth(const Round& round)
     {
         round();
+        host->forget_lines();
         const int descriptors = open_descriptors();
-        const std::size_t growth = std::min({growth_over(round), growth_over(round), growth_over(round)});
+        std::size_t least = growth_over(round);
+        for (int i = 0; i < 4; ++i) {
+            least = std::min(least, growth_over(round));
+        }
         EXPECT_EQ(open_descriptors(), descriptors);
-        EXPECT_LT(growth, rounds * std::size_t{800}); // the lines that the host keeps, and their array
+        EXPECT_LT(least, rounds * std::size_t{64});
     }
 };
 

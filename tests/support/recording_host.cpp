@@ -34,6 +34,12 @@ std::vector<std::string> RecordingHost::lines() const
     return m_lines;
 }
 
+void RecordingHost::forget_lines()
+{
+    const std::lock_guard lock(m_lock);
+    m_lines.clear();
+}
+
 void RecordingHost::OnMessageReceived(char* message_type, unsigned int message_num)
 {
     note("message " + std::string(message_type) + " " + std::to_string(message_num));

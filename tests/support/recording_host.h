@@ -44,6 +44,7 @@ public:
     [[nodiscard]] int count(const std::string& line) const;
     [[nodiscard]] int count_of(const std::string& head) const; // lines that begin so
     [[nodiscard]] std::vector<std::string> lines() const;
+    void forget_lines();
 
     void OnMessageReceived(char* message_type, unsigned int message_num) override;
     void OnConnection(int result_code) override;
