@@ -1,13 +1,12 @@
 // Who writes the running log's file and when: the log thread, and before and after it whoever runs the session.
 #include "arrm.h"
 #include "global.h"
+#include "support/file_size_limit.h"
 #include "support/log_session.h"
 #include "thrct.h"
 
 #include <algorithm>
-#include <csignal>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -324,36 +323,33 @@ TEST_F(LogTrouble, FullDeviceStopsNothing)
 }
 
 // The limit on a file's size behaves like a full disk: the record that reaches it is written in part.
-class SizeLimit
-{
-public:
-    explicit SizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{.rlim_cur = bytes, .rlim_max = m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~SizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    SizeLimit(const SizeLimit&) = delete;
-    SizeLimit& operator=(const SizeLimit&) = delete;
-
-private:
-    void (*m_handler)(int);
-    rlimit m_before{};
-};
-
 TEST_F(LogTrouble, FullDiskLeavesNoTornRecordAndWritingGoesOnWhenThereIsRoom)
 {
     Start();
     {
-        const SizeLimit limit(100); // two records of 34 bytes, and part of a third
+        const FileSizeLimit full(100); // two records of 34 bytes, and part of a third
         for (const char* text : {"1", "2", "3", "4"}) {
             LOG_Text("-%s", text);
         }
+        LOG_Write_Pending();
+    }
+    EXPECT_EQ(scratch.read("qapi.log").size(), 68U);
+    LOG_Text("-5");
+    EXPECT_EQ(Bodies(), (Names{"1", "2", "5"}));
+}
+
+// A write that begins at the limit would be answered by a signal that ends the process.
+TEST_F(LogTrouble, RecordBehindTheLimitOfFileSizesIsLostAndEndsNobody)
+{
+    Start();
+    {
+        const FileSizeLimit full(68);
+        for (const char* text : {"1", "2", "3"}) {
+            LOG_Text("-%s", text);
+            LOG_Write_Pending();
+        }
+        Start(); // opens a file that is as long as it may be
+        LOG_Text("-4");
         LOG_Write_Pending();
     }
     EXPECT_EQ(scratch.read("qapi.log").size(), 68U);
@@ -365,7 +361,7 @@ TEST_F(LogTrouble, DiskThatIsFullAheadOfTheFirstRecordEndKeepsNothingOfIt)
 {
     Start();
     {
-        const SizeLimit limit(33);
+        const FileSizeLimit full(33);
         LOG_Text("-1");
         LOG_Write_Pending();
     }

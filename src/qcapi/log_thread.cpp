@@ -9,6 +9,7 @@
 #include "log_files.h"
 #include "mutex.h"
 #include "process_lifetime.h"
+#include "record_io.h"
 #include "support.h"
 #include "thrct.h"
 
@@ -97,10 +98,11 @@ public:
 
 private:
     bool open();
-    void cut(ssize_t count) const;
+    void cut(ssize_t count);
 
     std::string m_path;
     int m_descriptor = -1;
+    off_t m_end = 0; // of the file; of a device, the bytes written
 };
 
 bool RunningLogFile::open_in(const char* directory)
@@ -132,8 +134,10 @@ bool RunningLogFile::open()
     if (m_descriptor < 0) {
         m_descriptor = ::open(m_path.c_str(), flags | O_TRUNC, owner_only);
     }
+    m_end = 0;
     struct stat file = {};
     if (m_descriptor >= 0 && fstat(m_descriptor, &file) == 0 && S_ISREG(file.st_mode)) {
+        m_end = file.st_size;
         fchmod(m_descriptor, owner_only); // whatever the umask took, and whatever an older file gave to others
     }
     return m_descriptor >= 0;
@@ -149,13 +153,15 @@ void RunningLogFile::close()
 
 void RunningLogFile::write(const Burst& burst)
 {
-    if (m_descriptor < 0 || burst.size() == 0) {
+    // A write that begins at the limit of file sizes is answered by a signal that ends the host.
+    if (m_descriptor < 0 || burst.size() == 0 || !Is_Within_Limit(m_end + 1)) {
         return;
     }
     ssize_t written = 0;
     do {
         written = ::write(m_descriptor, burst.bytes(), static_cast<std::size_t>(burst.size()));
     } while (written < 0 && errno == EINTR);
+    m_end += std::max<ssize_t>(written, 0);
     if (written > 0 && written < burst.size()) {
         // The disk is full. Once it has room again, the next record must follow a whole one.
         cut(written - burst.whole_records_below(static_cast<int>(written)));
@@ -163,11 +169,11 @@ void RunningLogFile::write(const Burst& burst)
 }
 
 // Takes the last `count` bytes back.
-void RunningLogFile::cut(ssize_t count) const
+void RunningLogFile::cut(ssize_t count)
 {
     const off_t end = lseek(m_descriptor, 0, SEEK_CUR);
     if (end >= count && ftruncate(m_descriptor, end - count) == 0) {
-        lseek(m_descriptor, end - count, SEEK_SET);
+        m_end = lseek(m_descriptor, end - count, SEEK_SET);
     }
 }
 

@@ -2,14 +2,13 @@
 #pragma once
 
 #include "persis/pers_file.h"
+#include "support/file_size_limit.h"
 #include "support/hex.h"
 #include "support/report_texts.h"
 #include "support/scratch_directory.h"
 #include "support/vector_file.h"
 
 #include <gmock/gmock.h>
-
-#include <sys/resource.h>
 
 // A file of tests/data/persis as bytes. "@N" goes to byte N, zeros before it; behind '#' is a comment.
 inline std::string StoredImage(const std::string& name)
@@ -26,24 +25,6 @@ inline std::string StoredImage(const std::string& name)
     }
     return image;
 }
-
-// While it lives, no file of this process grows beyond `bytes`. A signal that is sent all the same ends the test.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit m_before = {};
-};
 
 class RecordFileTest : public testing::Test
 {
