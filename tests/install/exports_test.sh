@@ -34,7 +34,8 @@ classes='CQcApi|DAsyncSocket|WSocket|C(Field|Short|UnsignedShort|Integer|Unsigne
 classes+='|C(Message|HashedRecord|TableBase|FitFields|CondField)|C(Msg|GT|Tarnel)[A-Za-z]*|C[A-Z][A-Za-z0-9]*Key[A-Za-z]*'
 classes+='|C(PersFile|File_d|Pers_d|File_Header|Record_(Header|Data|Crc32_Data|Marked_Data)|[A-Z][A-Za-z_]*_Record)'
 classes+='|C(Table(List)?|Vector(At)?|IdxOrder|Map2?Key(Order|Table))(<.*>)?|TABLE_ID_EQUIVALENCE'
+function_types='^typeinfo( name)? for .*\)$' # clang's sanitizer names what it calls through pointers
 common=$(nm --defined-only --extern-only --demangle "$archive" | sed -nE 's/^[0-9a-f]* [A-Za-z] //p' |
-    grep -Ev "^($own)|^([a-z]+ )?($classes)::|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for ($classes)$" || true)
+    grep -Ev "^($own)|^([a-z]+ )?($classes)::|qapi::|std::|__|^(decltype|operator (new|delete)|DW\.ref|void$|char const\* const$)|for ($classes)$|$function_types" || true)
 [ -z "$common" ] || fail "names of the archive that a host may have too:"$'\n'"$common"
 echo "$(wc -l <<<"$exported") symbols, all of the interface; the archive's names are its own"
