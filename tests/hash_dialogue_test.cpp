@@ -139,6 +139,19 @@ TEST_F(HashDialogue, EndAloneLeavesTheTableAsItIs)
     EXPECT_TRUE(Take_Primary_Tables_Received());
 }
 
+TEST_F(HashDialogue, ListBehindTheEndOfTheTableChangesNothing)
+{
+    Come(7, "BOG", 1);
+    Ask();
+    Receive_Bytes(header(DATA_END_TRANS_CHAR, 0));
+    Come(8, "MED", 2);
+    Answer(DATA_HASH_ANSWER_CHAR, {{.idx = 9, .crc32 = 3, .env = env}});
+    Answer(DATA_HASH_LAST_ANSWER_CHAR, {});
+    EXPECT_EQ(Count(), 2);
+    EXPECT_EQ(Code_Under(8), "MED");
+    EXPECT_THAT(Take_Sent(), IsEmpty());
+}
+
 TEST_F(HashDialogue, EmptyLastListAsksForNothingAndDropsEverything)
 {
     Come(7, "BOG", 1);
@@ -364,6 +377,7 @@ TEST_F(TwoCodes, HaveAListAndAnAskEach)
     const auto sent = Take_Sent();
     ASSERT_EQ(sent.size(), 1U) << "so that the other code's end comes";
     EXPECT_EQ(sent[0].substr(3, 5), std::string("P\x1A\0\x01\0", 5));
+    EXPECT_EQ(Code_Under(7), "BOG") << "the first list has named it";
 }
 
 // ---- A table of this client's own

@@ -275,6 +275,13 @@ void TBLPROC_Process_Hash_Answer(int /*table_type*/, CTableBase* table, int is_t
     }
 }
 
+void TBLPROC_Forget_Awaited_List(unsigned code)
+{
+    if (code < L_awaited_lists.size()) {
+        L_awaited_lists.reset(code);
+    }
+}
+
 void TBLPROC_Send_Delete_For_Missing_Call_Back(unsigned int idx)
 {
     TableRequest request(DATA_DELETE_CHAR);

@@ -22,10 +22,13 @@ void TBLPROC_Check_Referenced_Table(int table_type);
 
 // The server's list of a table's records, in answer to a question by hash, is in the buffer of the views. With the last
 // one the table takes the server's idx values, asks for what it lacks and drops what the server doesn't have. A list
-// that wasn't asked for, or comes behind the last one, changes nothing. Two codes of one type are asked for and listed
-// one by one, and share the type's table: what one list doesn't have goes, so a type that is asked for by hash has one
-// code.
+// that wasn't asked for, or comes behind the last one or the table's end, changes nothing. Two codes of one type are
+// asked for and listed one by one, and share the type's table: what no list has named by then goes, so a type that is
+// asked for by hash has one code.
 void TBLPROC_Process_Hash_Answer(int table_type, CTableBase* table, int is_the_last_answer);
+
+// The end of a code's table arrived, so no list of it is awaited any more: the server has the same records.
+void TBLPROC_Forget_Awaited_List(unsigned code);
 
 // What a table tells the server while its list is worked off; the table's code is that of the list.
 void TBLPROC_Send_Delete_For_Missing_Call_Back(unsigned int idx);

@@ -239,6 +239,7 @@ void process(const Form& form)
     }
     rule->change(letter);
     if (letter == DATA_END_TRANS_CHAR) {
+        TBLPROC_Forget_Awaited_List(static_cast<unsigned>(record[DATA_CODE]));
         form.table_ended(rule->type);
     } else if (letter == DATA_HASH_ANSWER_CHAR || letter == DATA_HASH_LAST_ANSWER_CHAR) {
         form.hash_answered(rule->type, letter == DATA_HASH_LAST_ANSWER_CHAR);
