@@ -2,6 +2,7 @@
 #include "support/fake_system.h"
 #include "support/record_file.h"
 
+#include "persis/table_pers_file.h"
 #include "record_io.h"
 
 using namespace std::string_literals;
@@ -89,19 +90,45 @@ TEST_F(Persis, FileIsItsOwnersAlone)
     EXPECT_EQ(fs::status("cities").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
-TEST_F(Persis, SavesWaitForTheDiskIfAskedAndLeaveTheSameBytes)
+class PersisSync : public Persis
 {
-    static std::atomic<int> waits;
-    waits = 0;
+protected:
+    PersisSync()
+    {
+        waits = 0;
+        system.calls.sync_data = [](int) { return ++waits, 0; };
+        Set_System(&system.calls);
+        Glb_sync_files = 1;
+    }
+    ~PersisSync() override
+    {
+        Glb_sync_files = 0;
+        Set_System(nullptr);
+    }
+
+    static inline std::atomic<int> waits;
     FakeSystem system;
-    system.calls.sync_data = [](int) { return ++waits, 0; };
-    Set_System(&system.calls);
-    Glb_sync_files = 1;
+};
+
+TEST_F(PersisSync, EveryChangeWaitsForTheDiskAndLeavesTheSameBytes)
+{
     EXPECT_EQ(Save(cities, 1), 1);
-    Glb_sync_files = 0;
-    Set_System(nullptr);
     EXPECT_EQ(waits, 1);
     EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage("one_record")));
+    EXPECT_EQ(cities.Delete_Record(1), 1);
+    EXPECT_EQ(waits, 2);
+    cities.Set_Date_Reference("20261122");
+    EXPECT_EQ(waits, 3);
+}
+
+TEST_F(PersisSync, ALoadThatWritesRecordsBackWaitsOnce)
+{
+    cities.Close();
+    Put(StoredImage("versions"));
+    const auto table = qapi::PersTableFile::Open(PERS_CITY_CODE, "cities", city_size);
+    waits = 0;
+    table->Load([](auto...) {});
+    EXPECT_EQ(waits, 1);
 }
 
 TEST_F(Persis, SlotsLieBeyondFourGigabytes)

@@ -224,9 +224,25 @@ TEST_F(PersisVersions, SlotThatIsTooSmallGetsItsHeadsAndKeepsTheItems)
 
 TEST_F(PersisVersions, KilledBeforeTheFreshFileTheOldRecordsAreStillRead)
 {
-    Put(StoredImage("outgrown") + std::string(100, '\0')); // as where another slot follows
-    LoadAnew(39);
-    EXPECT_THAT(LoadAnew(39), ElementsAre("1 RECORD-1 4433221100000000"));
+    for (const std::string name : {"outgrown", "versions"}) { // of version 101, and of others that lack items
+        Put(StoredImage(name));
+        const Texts live = LoadAnew(39);
+        EXPECT_FALSE(live.empty());
+        EXPECT_EQ(LoadAnew(39), live) << name;
+        EXPECT_EQ(ToHex(Bytes()), ToHex(StoredImage(name)));
+    }
+}
+
+TEST_F(PersisVersions, SaveThatOutgrowsADeletedSlotOfAnotherVersionIsNotTold)
+{
+    Put(StoredImage("outgrown"));
+    Patch(HeaderAt(1) + 32, "01000000");
+    CPersFile longer(PERS_CITY_CODE, "cities", 39);
+    longer.Open(DO_NOT_RENAME);
+    std::string value(39, '?');
+    EXPECT_EQ(longer.Load_Record(1, value.data(), nullptr), 1);
+    EXPECT_EQ(Save(longer, 1, value), MUST_SAVE_ALL_FILE_AGAIN);
+    EXPECT_THAT(ReportTexts::Take(), IsEmpty());
 }
 
 // ---- The other byte order --------------------------------------------------------------------------------------

@@ -15,18 +15,23 @@ constexpr unsigned calc_size = CALC_TOTAL_BYTES_MXDIGITS;
 
 // ---- Writing ---------------------------------------------------------------------------------------------------
 
-int CPers_d::Write_Data(int max_write_len)
+int CPers_d::Length_Of_Block()
 {
     data_length = 0;
     data_items = 0;
     m_whole = true;
     Serialize();
-    if (!m_whole) {
+    return m_whole ? CPERS_DATA_HEAD + data_length : 0;
+}
+
+int CPers_d::Write_Data(int max_write_len)
+{
+    const int length = Length_Of_Block();
+    if (length == 0) {
         return 0;
     }
     store_le<std::int32_t>(data_buff.data(), data_length);
     store_le<std::int32_t>(data_buff.data() + word, data_items);
-    const int length = CPERS_DATA_HEAD + data_length;
     const bool fits = max_write_len == 0 || length <= max_write_len;
     cf_p->seek(new_position);
     return cf_p->write(data_buff.data(), static_cast<std::size_t>(fits ? length : CPERS_DATA_HEAD)) != 0 ? length : 0;

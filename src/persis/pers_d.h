@@ -38,6 +38,9 @@ public:
     // PERSIS_BUFFER_MAX_SIZE bytes of items. If it exceeds `max_write_len` (not 0), the head alone is written.
     int Write_Data(int max_write_len);
 
+    // What Write_Data would return, without a write.
+    int Length_Of_Block();
+
     // Reads the block. Returns 0 if it isn't there whole.
     int Read_Data();
 

@@ -128,11 +128,16 @@ int CRecord_Data::Save_Header(unsigned np)
     return length != 0 ? 1 : 0;
 }
 
-int CRecord_Data::Save_Record(unsigned np, const void* rec_data, const void* rec_extra)
+void CRecord_Data::Take_Values(const void* rec_data, const void* rec_extra)
 {
     static constexpr std::array<char, PERSIS_IDENTITY_SIZE> none{};
     sv_rec_data_ptr = static_cast<const char*>(rec_data);
     sv_rec_extra_ptr = rec_extra != nullptr ? static_cast<const char*>(rec_extra) : none.data();
+}
+
+int CRecord_Data::Save_Record(unsigned np, const void* rec_data, const void* rec_extra)
+{
+    Take_Values(rec_data, rec_extra);
     header->deleted = 0;
     const int length = Write_In_Slot(np);
     if (length == 0) {
@@ -212,10 +217,18 @@ int CRecord_Data::Load_Record(unsigned np, void* rec_data, void* rec_extra)
     return new_version_detected == NEW_VERSION_DETECTED && header->deleted == 0 ? Convert(np) : 1;
 }
 
-// What was read is good even if it can't be written: the next load tries again.
+// What was read is good even if it can't be written: the next load tries again. A record that has outgrown its slot
+// stays as it is: with the head of the longer one no load would find it any more, should the process end before the
+// file is made anew.
 int CRecord_Data::Convert(unsigned np)
 {
-    return Save_Record(np, rec_data_ptr, rec_extra_ptr) == MUST_SAVE_ALL_FILE_AGAIN ? MUST_SAVE_ALL_FILE_AGAIN : 1;
+    Take_Values(rec_data_ptr, rec_extra_ptr);
+    if (Length_Of_Block() > Room_In_Slot()) {
+        new_version_detected = NEW_VERSION_UPDATE_FORCED;
+        return MUST_SAVE_ALL_FILE_AGAIN;
+    }
+    Save_Record(np, rec_data_ptr, rec_extra_ptr);
+    return 1;
 }
 
 int CRecord_Data::Unserialize()

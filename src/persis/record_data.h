@@ -90,6 +90,7 @@ private:
     [[nodiscard]] std::uint64_t Place_Of(unsigned np) const { return std::uint64_t{rec_data_length} * np; }
     [[nodiscard]] int Room_In_Slot() const;
     [[nodiscard]] unsigned File_Code() const;
+    void Take_Values(const void* rec_data, const void* rec_extra);
     int Write_In_Slot(unsigned np);
     [[nodiscard]] bool Lies_On_Two_Pages(unsigned np) const;
     bool Mark_Deleted(unsigned np);

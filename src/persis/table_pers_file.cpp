@@ -23,6 +23,7 @@ void PersTableFile::Load(const Take& take)
     if (Is_Converting()) {
         Be_Native();
     }
+    static_cast<void>(m_file.m_h.flush()); // what it wrote back; the next load does it again
 }
 
 void PersTableFile::Be_Native()
