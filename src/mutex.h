@@ -3,8 +3,8 @@
 // The_Outbound_Mutex, a ring's m_lock_collect or m_lock_withdraw, a ring's m_lock. From mutex_lock on no host is called
 // under a lock; the locks of layouts and of things made at first use may be taken there, and under those no lock of
 // this list. The log's file lock may be taken under The_Replica_Mutex, never the other way round; it and DCON_lock may
-// be held while taking a ring's locks. L_proc_messages guards the files of processed messages too; the lock of the last
-// sent date may be taken under it. That one, the pacer's lock and that of name and password are leaves.
+// be held while taking a ring's locks. L_proc_messages may be taken under mutex_lock, the lock of the last sent date
+// under that. That one, the pacer's lock and that of name and password are leaves.
 #pragma once
 
 #include <mutex>

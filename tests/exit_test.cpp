@@ -223,6 +223,24 @@ TEST_F(ExitTest, ExitInTheLastCallbackOfALogoutKeepsTheLastLines)
         ExitedWithCode(13), "^ER-Waiting threads termination[.]*$");
 }
 
+// The log's own handler must come behind that of the session, whatever an earlier login met.
+TEST_F(ExitTest, BehindALoginWithoutAServersFilesTheLogIsOpenUntilTheThreadsHaveEnded)
+{
+    EXPECT_EXIT(
+        {
+            tell_last_line_of_log_at_exit();
+            TellingHost* host = new TellingHost;
+            std::filesystem::create_directory("qapi.AB00.log");
+            host->login();
+            host->Logout();
+            std::filesystem::remove("qapi.AB00.log");
+            host->login();
+            wait_for_worker_threads(4);
+            std::exit(14);
+        },
+        ExitedWithCode(14), "ER-Waiting threads termination[.]*$");
+}
+
 TEST_F(ExitTest, ExitOfAnotherThreadOpensWhatTheMasterThreadKeepsClosed)
 {
     EXPECT_EXIT(

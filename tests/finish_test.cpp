@@ -182,4 +182,28 @@ TEST_F(FinishTest, APlaceThatIsTakenAgainMarksNoOtherRecordAsDone)
     EXPECT_EQ(position().processed, 1U);
 }
 
+// A Logout clears the mailboxes under their lock and then closes the files: what was found there must be noted by then.
+TEST_F(FinishTest, TheNumberIsNotedBeforeTheMailboxIsLetGo)
+{
+    constexpr int many_times = 1000;
+    receive_chat("one", 7);
+    L_proc_messages.lock();
+    std::thread other([&] { EXPECT_EQ(host.finish("Chat", 1), 0); });
+    for (int held = 0; held < many_times; ++held) {
+        if (The_Mailbox_Mutex->try_lock()) {
+            held = 0; // the other one hasn't come yet
+            const bool is_gone = waiting_chats() == 0;
+            The_Mailbox_Mutex->unlock();
+            if (is_gone) {
+                ADD_FAILURE() << "taken out, and not noted";
+                break;
+            }
+        }
+        std::this_thread::yield();
+    }
+    L_proc_messages.unlock();
+    other.join();
+    EXPECT_EQ(position().processed, 7U);
+}
+
 } // namespace

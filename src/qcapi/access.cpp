@@ -18,6 +18,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <mutex>
 
 namespace {
@@ -151,21 +152,24 @@ int CQcApi::FinishMessageProcess(char* message_type, unsigned int message_num)
     if (mailbox == nullptr) {
         return Report_Illegal_Type(message_type);
     }
-    // Found, read and removed in one hold: once it is gone, its place is the next record's.
-    qapi::Header header;
+    const bool is_tracked = mailbox->kind.number != MSS_TABLA_GLOBAL;
+    // Found, read, removed and noted in one hold: once it is gone, its place is the next record's; and the reader
+    // clears the mailboxes before it ends, so a Logout closes no file before all that was found there is written.
     bool was_there = false;
+    std::shared_ptr<qapi::ProcessedFile> to_wait_for;
     {
         const ReportHold reports_wait;
         const std::lock_guard lock(mutex_lock);
+        qapi::Header header;
         was_there = mailbox->take_out(message_num, header);
+        if (was_there && is_tracked) {
+            to_wait_for = qapi::Log_Note_Finished(header.data());
+        }
     }
-    if (mailbox->kind.number == MSS_TABLA_GLOBAL) {
-        return 0; // a later change of the table may have replaced it; that is no mistake of the host
-    }
-    if (!was_there) {
+    if (!was_there && is_tracked) { // a later change of a table may have replaced its record: no mistake of the host
         return report_not_found(message_type, message_num);
     }
-    LOG_Update_Last_Proc_Message(header.data(), 1);
+    qapi::Log_Wait_For_Disk(to_wait_for);
     return 0;
 }
 

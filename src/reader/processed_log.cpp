@@ -25,6 +25,8 @@
 #include <string>
 #include <utility>
 
+constinit Mutex qapi::L_proc_messages;
+
 namespace {
 
 // Where the fields stand in CABEZA.
@@ -68,8 +70,6 @@ struct Server
 };
 
 using Servers = std::array<Server, DCON_MAX_DS_SERVERS>;
-
-constinit Mutex L_proc_messages;
 
 ProcessLifetime<Servers> L_ds_data([] { return new Servers; });
 
@@ -232,9 +232,12 @@ bool open_server(Server& server, const char* code)
     return server.is_known;
 }
 
-// Returns the file that the message was written to, if any: the disk is waited for outside the lock.
+// Returns the file that the message was written to, if any.
 std::shared_ptr<ProcessedFile> finish_or_skip(const char* header, bool finished)
 {
+    if (header[untracked_at] == yes) {
+        return nullptr;
+    }
     const CRecNum key = key_of(header);
     const MutexLock lock(L_proc_messages); // and under it that of the last sent date
     LOG_DATA_SERVER_STRUCT* log = Log_Find_Data_Server(header);
@@ -264,14 +267,13 @@ void LOG_Msg_Init()
 {
     Set_Log_End_Sink(qapi::Log_Close_Files);
     qapi::Log_Close_Files();
-    bool all_opened = true;
     for (int server = 0; server < glb_dss_counter; ++server) {
-        all_opened &= LOG_DS_Files_Init(server) == 1;
+        LOG_DS_Files_Init(server);
     }
-    if (all_opened) {
-        static const int exit_hook = std::atexit(LOG_End);
-        static_cast<void>(exit_hook);
-    }
+    // Before the session's own handler, which therefore runs first and stops the threads. So a server that was left out
+    // doesn't put it off to a later login.
+    static const int exit_hook = std::atexit(LOG_End);
+    static_cast<void>(exit_hook);
 }
 
 // The files are opened outside the lock: hosts finish messages meanwhile.
@@ -315,19 +317,31 @@ void LOG_Register_Record(const char* header)
     }
 }
 
-void LOG_Update_Last_Proc_Message(const char* header, int finished)
+std::shared_ptr<ProcessedFile> qapi::Log_Note_Finished(const char* header)
 {
-    if (header[untracked_at] == yes) {
-        return;
-    }
-    const ReportHold reports_wait;
-    const auto file = finish_or_skip(header, finished == 1);
-    if (file == nullptr || finished != 1 || Glb_sync_files == 0) {
+    auto file = finish_or_skip(header, true);
+    return Glb_sync_files != 0 ? std::move(file) : nullptr;
+}
+
+void qapi::Log_Wait_For_Disk(const std::shared_ptr<ProcessedFile>& file)
+{
+    if (file == nullptr) {
         return;
     }
     const int error = file->Sync();
+    const ReportHold reports_wait;
     const MutexLock lock(L_proc_messages);
     file->Tell_Sync(error);
+}
+
+void LOG_Update_Last_Proc_Message(const char* header, int finished)
+{
+    const ReportHold reports_wait;
+    if (finished == 1) {
+        qapi::Log_Wait_For_Disk(qapi::Log_Note_Finished(header));
+    } else {
+        finish_or_skip(header, false);
+    }
 }
 
 void LOG_Tell_Pending()

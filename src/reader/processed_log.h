@@ -13,12 +13,15 @@
 // `header` points to a message's CABEZA, 80 bytes. Any thread, but where a line says otherwise.
 #pragma once
 
+#include "mutex.h"
+
+#include <memory>
+
 inline constexpr int LOG_TYPES = 3;
 
 // Opens the files of all configured servers and takes up what they know; nothing is pending. A server whose files can't
 // be opened, or whose code can't stand in a file name, is reported and left out: its messages need no handling, those
-// of the others go on. Behind the first pass without that the files are closed when the process exits. Before threads
-// start.
+// of the others go on. From the first pass on the files are closed when the process exits. Before threads start.
 void LOG_Msg_Init();
 
 // The same for one server, by its index in glb_dss, while others finish messages. 1, or 0 behind a report. For the
@@ -41,6 +44,20 @@ void LOG_Register_Record(const char* header);
 // The message is done: `finished` 1 by the host, 0 if it was never offered. When it returns, the system has what the
 // files say of it; with sync_files and `finished` 1, the disk.
 void LOG_Update_Last_Proc_Message(const char* header, int finished);
+
+namespace qapi {
+class ProcessedFile;
+
+// Guards all that is known of processed messages, and their files.
+extern constinit Mutex L_proc_messages;
+
+// The two halves of that for a message that the host has finished. The first may be called under a lock, inside a
+// ReportHold; it returns the file if the disk is to be waited for, else null. The second is called under no lock.
+std::shared_ptr<ProcessedFile> Log_Note_Finished(const char* header);
+void Log_Wait_For_Disk(const std::shared_ptr<ProcessedFile>& file);
+} // namespace qapi
+
+using qapi::L_proc_messages;
 
 // Writes a line into the running log if messages are pending. For the reader, when their records went with the
 // connection: they hold the numbers up from then on.
