@@ -181,7 +181,7 @@ TEST_F(ClientTest, AConnectionOfFifteenSecondsCostsNothingAndIsRetriedBehindASec
         EXPECT_EQ(Fall_After(15), 0U);
         EXPECT_FALSE(peer.is_awaited());
         Step(1);
-        EXPECT_TRUE(peer.is_awaited());
+        EXPECT_TRUE(Becomes([this] { return peer.is_awaited(); }));
     }
 }
 

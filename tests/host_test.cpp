@@ -471,6 +471,8 @@ TEST_F(HostTest, EveryCallbackHasItsFunction)
     peer.expect_login();
     peer.refuse_login('C');
     EXPECT_TRUE(hears("refused C"));
+    peer.receive_until_closed();
+    peer.close(); // a refused client gives its peer eight seconds for that
     EXPECT_TRUE(hears("disconnected"));
     EXPECT_EQ(count_of("error 8 "), 1);
     EXPECT_TRUE(hears("status 21 Connected"));

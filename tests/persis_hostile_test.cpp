@@ -328,8 +328,8 @@ TEST_F(PersisHostile, ReadOnlyFileIsNotOpened)
     chmod(directory.path().c_str(), 0711);
     chmod("cities", 0444);
     const uid_t before = geteuid();
-    if (before == 0) {
-        ASSERT_EQ(seteuid(65534), 0); // root writes everywhere
+    if (before == 0 && seteuid(65534) != 0) { // root writes everywhere
+        GTEST_SKIP() << "root can't become another user here";
     }
     EXPECT_EQ(cities.Open(DO_NOT_RENAME), 0);
     EXPECT_EQ(errno, EACCES);

@@ -201,8 +201,12 @@ TEST_F(HostileFiles, AFileThatMayNotBeWrittenIsReported)
     fs::permissions(file_b, fs::perms::owner_read | fs::perms::others_read);
     fs::permissions(".", fs::perms::all);
     const bool was_root = geteuid() == 0;
-    if (was_root) {
-        ASSERT_EQ(seteuid(65534), 0); // root may write anything
+    if (was_root && seteuid(65534) != 0) { // root may write anything
+        GTEST_SKIP() << "root can't become another user here";
+    }
+    if (eaccess(directory.path().c_str(), X_OK) != 0) {
+        static_cast<void>(seteuid(0));
+        GTEST_SKIP() << "the directory of temporary files is root's alone";
     }
     start();
     if (was_root) {

@@ -24,7 +24,7 @@ does_not_say() { ! grep -qE -- "$1" output || fail "it says \"$1\""; }
 
 on_terminal() { # [VARIABLE=VALUE]: leaves all that was written to the terminal in output
     local result=0
-    env TERM=xterm LANG=C.UTF-8 "$@" script -qec "stty cols 90 rows 28; echo \$\$ >pid; exec $demo $BUILD $SCENARIO --hurried" \
+    env TERM=xterm LANG=C.UTF-8 SHELL=/bin/sh "$@" script -qec "stty cols 90 rows 28; echo \$\$ >pid; exec $demo $BUILD $SCENARIO --hurried" \
         output </dev/null >/dev/null 2>errors || result=$?
     return $result
 }
@@ -34,7 +34,7 @@ page="${escape}H"
 cursor_is_back="${escape}\\?25h"
 colour="${escape}3[0-9]m"
 
-needs_terminal() { command -v script >/dev/null || exit 77; }
+needs_terminal() { SHELL=/bin/sh script -qec true /dev/null </dev/null >/dev/null 2>&1 || exit 77; }
 
 case $1 in
 lines)

@@ -66,10 +66,11 @@ start_end() { # name; configures by the function configure_NAME PORT; leaves the
     for turn in 1 2 3 4 5; do
         port=$("${peer[@]}" free)
         "configure_$1" "$port"
+        sed -i '1i debug = 6' "$1.conf" # tells what it is bound to
         : >"$1.log"
         "$stunnel" "$1.conf" >"$1.log" 2>&1 &
         children+=($!)
-        ! wait_until $! grep -q "Configuration successful" "$1.log" || return 0
+        ! wait_until $! grep -q "bound to 127.0.0.1:$port" "$1.log" || return 0
     done
     fail "$1 does not start"
 }

@@ -291,15 +291,20 @@ TEST_F(StoreInAFile, OneMarketHasItAtATime)
 // The superuser may write everything.
 TEST_F(StoreInAFile, WithoutPermissionItIsRefused)
 {
+    constexpr int skipped = 77;
     bytes_of(1);
     std::filesystem::permissions(name, std::filesystem::perms::none);
     const pid_t child = fork();
     if (child == 0) {
         const bool may_not = geteuid() != 0 || seteuid(65534) == 0;
-        _exit(may_not && complaint(name).ends_with("messages: can't be opened: Permission denied") ? 0 : 1);
+        _exit(!may_not ? skipped : complaint(name).ends_with("messages: can't be opened: Permission denied") ? 0 : 1);
     }
+    ASSERT_GT(child, 0);
     int status = -1;
     waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == skipped) {
+        GTEST_SKIP() << "root can't become another user here";
+    }
     EXPECT_EQ(status, 0);
 }
 
@@ -340,11 +345,14 @@ TEST_F(StoreInAFile, WhatWasAddedSurvivesAKill)
         }
         _exit(1);
     }
+    ASSERT_GT(child, 0);
     close(pipe_ends[1]);
     std::array<char, 200> seen{};
     std::size_t added = 0;
     while (added <= seen.size()) {
-        added += static_cast<std::size_t>(read(pipe_ends[0], seen.data(), seen.size()));
+        const ssize_t count = read(pipe_ends[0], seen.data(), seen.size());
+        ASSERT_GT(count, 0);
+        added += static_cast<std::size_t>(count);
     }
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);

@@ -2,6 +2,8 @@
 # The program qapi-market as a shell sees it: its options, its first line, its ends.
 #
 #   program_test.sh MARKET SCENARIO
+#
+# The environment gives RUNNER (put before a program to run it).
 set -uo pipefail
 
 market=$1
@@ -20,7 +22,7 @@ fail() {
 expect_exit() {
     local expected=$1
     shift
-    timeout 60 "$market" "$@" >"$scratch/output" 2>"$scratch/errors"
+    timeout 60 $RUNNER "$market" "$@" >"$scratch/output" 2>"$scratch/errors"
     local code=$?
     [ "$code" = "$expected" ] || fail "exit code $code in place of $expected: $*"
 }
@@ -43,10 +45,10 @@ for option in --scenario --port --address --store --journal --brief-journal --se
     said "$option"
 done
 
-timeout 60 "$market" </dev/null >"$scratch/output" 2>"$scratch/errors" && fail "runs without a scenario"
+timeout 60 $RUNNER "$market" </dev/null >"$scratch/output" 2>"$scratch/errors" && fail "runs without a scenario"
 complained "scenario is required"
-timeout 60 "$market" --scenario "$scenario" --port 65536 </dev/null >/dev/null 2>"$scratch/errors" && fail "takes port 65536"
-timeout 60 "$market" --scenario "$scenario" --send-mode loud </dev/null >/dev/null 2>"$scratch/errors" && fail "takes any mode"
+timeout 60 $RUNNER "$market" --scenario "$scenario" --port 65536 </dev/null >/dev/null 2>"$scratch/errors" && fail "takes port 65536"
+timeout 60 $RUNNER "$market" --scenario "$scenario" --send-mode loud </dev/null >/dev/null 2>"$scratch/errors" && fail "takes any mode"
 
 expect_exit 2 --scenario "$scratch/none.json" </dev/null
 complained "none.json"
@@ -75,7 +77,7 @@ expect_exit 0 --scenario "$scenario" --quiet-feeds <"$scratch/lines"
 
 sleep_input=$scratch/input
 mkfifo "$sleep_input"
-"$market" --scenario "$scenario" --quiet-feeds --store "$scratch/store" <"$sleep_input" >"$scratch/output" 2>"$scratch/errors" &
+$RUNNER "$market" --scenario "$scenario" --quiet-feeds --store "$scratch/store" <"$sleep_input" >"$scratch/output" 2>"$scratch/errors" &
 started=$!
 exec 3>"$sleep_input"
 wait_for_line "$scratch/output" "brought back"
@@ -88,7 +90,7 @@ expect_exit 2 --scenario "$scenario" --port "$(head -1 "$scratch/output")" </dev
 
 # ---- SIGTERM
 
-"$market" --scenario "$scenario" --quiet-feeds <"$sleep_input" >"$scratch/term" 2>&1 &
+$RUNNER "$market" --scenario "$scenario" --quiet-feeds <"$sleep_input" >"$scratch/term" 2>&1 &
 term=$!
 wait_for_line "$scratch/term" '^[0-9]'
 kill -TERM "$term"
@@ -98,7 +100,7 @@ code=$?
 
 # ---- Nobody reads its output any longer
 
-{ timeout 60 "$market" --scenario "$scenario" --quiet-feeds --journal "$scratch/journal" 2>/dev/null; echo $? >"$scratch/code"; } \
+{ timeout 60 $RUNNER "$market" --scenario "$scenario" --quiet-feeds --journal "$scratch/journal" 2>/dev/null; echo $? >"$scratch/code"; } \
     < <(printf 'help\n%.0s' $(seq 500); echo quit) | head -1 >/dev/null
 [ "$(cat "$scratch/code")" = 0 ] || fail "exit code $(cat "$scratch/code") when nobody reads"
 

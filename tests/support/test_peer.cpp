@@ -135,6 +135,8 @@ void TestPeer::listen(std::uint16_t at_port)
     m_listener = new_socket();
     if (m_small_buffers) {
         shrink_buffers(m_listener.get());
+    } else {
+        set_option(m_listener.get(), SOL_SOCKET, SO_RCVBUF, 65'536); // whatever the machine's own is
     }
     listen_on(m_listener.get(), at_port, SOMAXCONN);
     m_port = port_of(m_listener.get());

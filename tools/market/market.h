@@ -35,6 +35,7 @@ struct MarketOptions
     std::uint16_t port = 0;                              // 0: one that is free
     std::filesystem::path store{};                       // of messages; empty: in memory
     bool quiet_feeds = false;                            // feeds wait until they are switched on
+    std::size_t most_queued = 256U * 1024 * 1024;        // bytes for a client; one that reads more slowly is given up
     std::function<void(const std::string& line)> tell{}; // what happens, a line each, for the eye
 };
 
@@ -69,6 +70,7 @@ private:
     void On_Progress(Client& client, const std::string& text) override;
     [[nodiscard]] const Clock& clock() const override { return m_loop.clock(); }
     [[nodiscard]] Journal& journal() override { return m_journal; }
+    [[nodiscard]] std::size_t most_queued() const override { return m_options.most_queued; }
     void Close_Stalled(const std::string& machine);
     void Collect();
     void Tick();

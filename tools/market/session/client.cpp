@@ -258,7 +258,7 @@ void Client::Send_Bytes(std::string_view bytes)
     } else {
         m_stream->Send(bytes);
     }
-    if (m_phase != Phase::closed && waiting() > MOST_QUEUED) {
+    if (m_phase != Phase::closed && waiting() > m_owner.most_queued()) {
         Close("reads too slowly");
     }
 }

@@ -42,14 +42,12 @@ public:
     [[nodiscard]] virtual const Tables& tables() const = 0;
     [[nodiscard]] virtual const Clock& clock() const = 0;
     [[nodiscard]] virtual Journal& journal() = 0;
+    [[nodiscard]] virtual std::size_t most_queued() const = 0; // bytes for a client; one that reads more slowly goes
 };
 
 class Client
 {
 public:
-    // A peer that reads so slowly that this much waits for it is given up.
-    static constexpr std::size_t MOST_QUEUED = 256U * 1024 * 1024;
-
     Client(EventLoop& loop, int descriptor, std::uint64_t id, std::string peer, ClientOwner& owner);
 
     [[nodiscard]] std::uint64_t id() const { return m_id; } // counted from 1
