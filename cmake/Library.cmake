@@ -3,6 +3,11 @@ file(GLOB_RECURSE QAPI_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp
 add_library(qapi_objects OBJECT ${QAPI_SOURCES})
 target_include_directories(qapi_objects PUBLIC src)
 target_link_libraries(qapi_objects PUBLIC qapi_build Threads::Threads)
+if(QAPI_PRECOMPILE)
+  target_precompile_headers(qapi_objects PRIVATE <algorithm> <array> <atomic> <condition_variable> <cstring>
+                            <functional> <map> <memory> <mutex> <optional> <set> <span> <string> <string_view>
+                            <vector>)
+endif()
 
 add_library(qapi_static STATIC $<TARGET_OBJECTS:qapi_objects>)
 add_library(qapi_shared SHARED $<TARGET_OBJECTS:qapi_objects>)
