@@ -127,6 +127,16 @@ TEST_F(PersisExport, FileWithoutAKindIsTold)
     EXPECT_THAT(ReportTexts::Take(), testing::ElementsAre("1 File \"missing\" has an undefined file_code 0\n"));
 }
 
+TEST_F(PersisExport, FileWithoutAHeaderIsToldAndStays)
+{
+    const std::string bytes = "a text of more than the bytes of a block's head";
+    directory.write("text", bytes);
+    EXPECT_THAT(Export("text", "plain"), testing::StartsWith("0 The file \"text\" could not be opened, error = "));
+    EXPECT_THAT(ReportTexts::Take(), testing::ElementsAre("1 File text has a damaged header, it can't be read\n",
+                                                          "1 File \"text\" has an undefined file_code 0\n"));
+    EXPECT_EQ(directory.read("text"), bytes);
+}
+
 TEST_F(PersisExport, WriteThatFailsIsTold)
 {
     Save(cities, 1);

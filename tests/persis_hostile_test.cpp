@@ -64,7 +64,7 @@ TEST_F(PersisHostile, FileCutAtAnyByteGivesWhatIsWhole)
         Texts expected = {first, second, third};
         expected.resize(whole);
         EXPECT_EQ(LoadAndGrow(sound.substr(0, size)), expected) << size;
-        const Texts told(size != 0 && size < 112 ? 1 : 0, "1 File cities has a damaged header and gets a new one\n");
+        const Texts told(size != 0 && size < 112 ? 1 : 0, "1 File cities has a damaged header, it can't be read\n");
         EXPECT_EQ(ReportTexts::Take(), told) << size;
     }
 }
@@ -74,7 +74,7 @@ TEST_F(PersisHostile, HeaderThatIsNoBlockIsToldOnceAndTheRecordsAreThere)
     std::string image = sound;
     image[3] = '\x7f'; // of its length
     EXPECT_THAT(LoadAndGrow(image), ElementsAre(first, second, third));
-    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 File cities has a damaged header and gets a new one\n"));
+    EXPECT_THAT(ReportTexts::Take(), ElementsAre("1 File cities has a damaged header, it can't be read\n"));
 }
 
 TEST_F(PersisHostile, EmptyFileIsANewOne)

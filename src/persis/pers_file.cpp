@@ -61,7 +61,7 @@ bool CPersFile::Take_Header()
     m_header.Set_Position(0);
     if (m_header.Read_Data() == 0) {
         if (m_h.size() != 0) {
-            PERSIS_Report_Error(1, "File %s has a damaged header and gets a new one\n", m_file_name);
+            PERSIS_Report_Error(1, "File %s has a damaged header, it can't be read\n", m_file_name);
         }
         m_header.Clean();
         m_header.loaded_file_code = m_file_code;
