@@ -12,6 +12,7 @@
 #include "reader/views.h"
 #include "session.h"
 #include "session/exchange.h"
+#include "session/server_exchange.h"
 #include "support.h"
 #include "tblproc/tblproc.h"
 #include "thrct.h"
@@ -19,6 +20,8 @@
 #include "transport/inbound_door.h"
 
 #include <array>
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -32,6 +35,8 @@ struct Inbound_Record
     std::array<char, CMSS_EXTRA_LEN> extra{};
     unsigned connection = 0; // the one that opened last: messages come from it
 };
+
+std::atomic<std::uint64_t> L_records_acted_on{0};
 
 // What ends the reader's loop.
 enum class Next
@@ -105,12 +110,6 @@ bool date_was_refused()
     return Glb_Prev_Date_Log_Req_Successfullty != 0 && Glb_Status_Init_Ask_Log == 0;
 }
 
-void log_message(const Inbound_Record& record)
-{
-    ++glb_num_proc_msgs;
-    LOG_Put_Msg("RM-Message Received", record.data.data(), record.len, record.source, 0, record.extra.data());
-}
-
 void tell_data(int number, const char* source)
 {
     if (CQcApi* api = Current_Api()) {
@@ -119,14 +118,15 @@ void tell_data(int number, const char* source)
     }
 }
 
-void message_received(Inbound_Record& record)
+void message_received(Inbound_Record& record, void (*act)(int number, const ReceivedMessage& message))
 {
-    log_message(record);
+    ++glb_num_proc_msgs;
+    LOG_Put_Msg("RM-Message Received", record.data.data(), record.len, record.source, 0, record.extra.data());
     The_Receive_Buffer->Take({record.data.data(), static_cast<std::size_t>(record.len)});
     Glb_cur_order_msg->Init();
     const int number = Received_Number();
     tell_data(number, record.source);
-    Act_On_Message(number, {record.source, record.extra.data(), record.connection});
+    act(number, {record.source, record.extra.data(), record.connection});
 }
 
 void unexpected_status(int status, Inbound_Record& record)
@@ -155,7 +155,7 @@ Next act_for_client(int status, Inbound_Record& record)
         qapi::Primary_Tables_Arrived(Load_News(record.extra.data()).connection);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
-        message_received(record);
+        message_received(record, Act_On_Message);
         break;
     default:
         unexpected_status(status, record);
@@ -164,7 +164,7 @@ Next act_for_client(int status, Inbound_Record& record)
     return Next::go_on;
 }
 
-// No login and no tables here, and messages are the host's business in a later version: they are counted and logged.
+// The server's end: it logs in nowhere and keeps no tables, and a client that comes finds an empty log.
 Next act_for_server(int status, Inbound_Record& record)
 {
     switch (status) {
@@ -172,6 +172,7 @@ Next act_for_server(int status, Inbound_Record& record)
         Glb_main_connected = 1;
         Open_Session(Load_News(record.extra.data()).connection, nullptr);
         tell_status(TCP_STATUS_OPEN_CONNECTION, "Connected");
+        COMMON_Send_Log_Mss(0);
         break;
     case TCP_STATUS_CLOSED_CONNECTION:
         Close_Session();
@@ -179,7 +180,7 @@ Next act_for_server(int status, Inbound_Record& record)
         connection_closed(record, no_tables);
         break;
     case TCP_STATUS_PACKET_RECEIVED:
-        log_message(record);
+        message_received(record, Act_As_Server);
         break;
     default:
         unexpected_status(status, record);
@@ -196,6 +197,9 @@ Next read_until_stop(Next (*act)(int status, Inbound_Record& record))
         const Next next = status == TCP_SHUTTING_DOWN ? Next::stopped : act(status, record);
         if (next != Next::go_on) {
             return next;
+        }
+        if (status != PRIMARY_TABLES_RECEIVED) {
+            L_records_acted_on.fetch_add(1, std::memory_order_release);
         }
     }
 }
@@ -216,6 +220,11 @@ void leave_for_refused_date()
 }
 
 } // namespace
+
+std::uint64_t qapi::Records_Acted_On()
+{
+    return L_records_acted_on.load(std::memory_order_acquire);
+}
 
 void CQcApi::QAPI_Clean_Tables()
 {

@@ -12,6 +12,7 @@
 #include "outbound/send_queue.h"
 #include "prefix.h"
 #include "reader/conditions.h"
+#include "replay/replay.h"
 #include "session.h"
 #include "support.h"
 #include "thrct.h"
@@ -68,6 +69,7 @@ void post_stop(CMss_Arr& ring)
 // ring: what is to leave last must stand there before.
 void request_stop(int role)
 {
+    Stop_Replay();
     DCON_Request(*glb_DCon_DESCR, DCON_NEXT_STATE_TERMINATE);
     if (role == QAPI_INITIALIZED) {
         post_stop(*Glb_Log_Mss);
@@ -218,8 +220,10 @@ int CQcApi::Connect(char* thost, int tport, char* /*conf_data*/, int /*conf_code
     if (code != 0) {
         Prepare_Rings(); // Initialize stopped before it came to them, and the threads run all the same
     }
-    Start_Threads(Process_DS_Messages);
+    // Ahead of the threads, so that a callback that comes at once finds the operations working, and a Logout in it
+    // isn't forgotten.
     initialize_flag = QAPI_INITIALIZED_AS_DS;
+    Start_Threads(Process_DS_Messages);
     return code;
 }
 
@@ -233,10 +237,36 @@ int CQcApi::Report_Already_Initialized()
 
 void CQcApi::Start_Threads(void* (*reader)(void*))
 {
+    Prepare_Replay();
     Start_Worker(glb_thread_log, LOG_Process, nullptr);
     Start_Worker(glb_thread_read, reader, nullptr);
     Start_Worker(glb_thread_send, DCON_Do_Send, &*glb_DCon_DESCR);
-    Start_Worker(glb_thread_dcon, DCON_Init, &*glb_DCon_DESCR);
+    if (Glb_run_log_testing == 0) {
+        Start_Worker(glb_thread_dcon, DCON_Init, &*glb_DCon_DESCR);
+        return;
+    }
+    LOG_Set_Source_Messages(Glb_logging_test_name, Glb_logging_start, Glb_logging_end);
+    if (Glb_run_log_output != 0) {
+        Translate_Log();
+    } else {
+        Start_Uncounted_Worker(glb_thread_dcon, LOG_Do_Testing, nullptr);
+    }
+}
+
+// Inside the gate. The session ends with the translation. After Connect the log thread is stopped too, which a Logout
+// leaves running there: the call comes back, and the process may go on.
+void CQcApi::Translate_Log()
+{
+    char begins[] = "Initiating log translation";
+    CallStatusChanged(TCP_STATUS_OPEN_CONNECTION, begins);
+    LOG_Decompress(Glb_logging_test_output_name);
+    char ends[] = "Finalizing log translation";
+    CallStatusChanged(TCP_STATUS_CLOSED_CONNECTION, ends);
+    if (initialize_flag == QAPI_INITIALIZED) {
+        Send_Offline();
+    }
+    request_stop(QAPI_INITIALIZED);
+    Finish_Session();
 }
 
 int CQcApi::Logout()
@@ -258,13 +288,20 @@ int CQcApi::Logout()
         return QAPI_ERR_NOT_INITIALIZED_YET;
     }
     end_session(role);
+    Finish_Session();
+    return 0;
+}
+
+// Inside the gate, when the threads have been asked to stop.
+void CQcApi::Finish_Session()
+{
     wait_and_join_workers();
     initialize_flag = QAPI_NOT_INITIALIZED;
     Glb_Log_Flag = 0;
     CONF_Release_Replay_Texts();
+    LOG_Close_in_out_Files();
     LOG_End();
     m_fit_fields.EraseAll();
-    return 0;
 }
 
 // Needs no gate: it touches no thread, and a stop that comes twice does no harm.

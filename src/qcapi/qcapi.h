@@ -419,6 +419,8 @@ protected:
 private:
     int Report_Already_Initialized();
     void Start_Threads(void* (*reader)(void*));
+    void Translate_Log();
+    void Finish_Session();
     static void Join_Left_Threads();
     static void AtExitQcApi();
     static void Stop_At_Exit();

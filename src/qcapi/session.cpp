@@ -62,15 +62,20 @@ private:
 
 void qapi::Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
 {
-    const OutsideSignalsBlocked inherited_by_the_worker;
     const unsigned started_before = THRCT_Get_Started_Threads();
+    Start_Uncounted_Worker(worker, entry, argument);
+    if (worker.joinable) {
+        THRCT_Wait_For_Another_Start(started_before);
+    }
+}
+
+void qapi::Start_Uncounted_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
+{
+    const OutsideSignalsBlocked inherited_by_the_worker;
     worker.entry = entry;
     worker.argument = argument;
     worker.result = pthread_create(&worker.id, nullptr, run_worker, &worker);
     worker.joinable = worker.result == 0;
-    if (worker.joinable) {
-        THRCT_Wait_For_Another_Start(started_before);
-    }
 }
 
 void qapi::Join_Worker(Worker_Thread& worker)

@@ -28,6 +28,9 @@ struct Worker_Thread
 
 // Returns when the thread runs and has counted itself.
 void Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument);
+
+// For one that doesn't count itself.
+void Start_Uncounted_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument);
 void Join_Worker(Worker_Thread& worker);
 
 // The worker that the calling thread is, or null.
@@ -44,6 +47,10 @@ void Be_Master_Thread();
 // Behind CQcApi::master_mutex and CQcApi::mutex_lock: threads may outlive the object, so the locks outlive it too.
 extern ProcessLifetime<Master_Mutex> The_Master_Mutex;
 extern ProcessLifetime<std::mutex> The_Mailbox_Mutex;
+
+// How many records of Glb_Recv_Mss the reader has acted on, but for those that it posts to itself. Counts over the life
+// of the process. Any thread.
+std::uint64_t Records_Acted_On();
 
 // Adds a step to Glb_Proc_Flag. For the reader.
 void Trace_Step(unsigned digit);

@@ -10,6 +10,7 @@
 #include "reader/processed_log.h"
 #include "reader/views.h"
 #include "session/exchange.h"
+#include "session/server_exchange.h"
 #include "tblproc/global_tables.h"
 #include "tblproc/replica_lock.h"
 #include "tblproc/subscription.h"
@@ -107,14 +108,34 @@ const char* name_of(const MessageRow& row, CMessage& record)
     return record[CLASE_MENSAJE] == request_for_quotes ? "Orden_Transaccion_RFQ" : "Orden_Transaccion";
 }
 
+const MessageRow* row_of(int number)
+{
+    const auto* row = std::find_if(std::begin(message_rows), std::end(message_rows),
+                                   [number](const MessageRow& each) { return each.number == number; });
+    return row != std::end(message_rows) ? row : nullptr;
+}
+
+void keep_and_announce(const MessageRow& row, CMessage& record)
+{
+    const char* name = name_of(row, record);
+    announce(name, row.keep());
+}
+
 void deliver(const MessageRow& row, const ReceivedMessage& message)
 {
     CMessage& record = row.record();
     record.Init();
     if (is_accepted(row.number, record, message.extra)) {
-        const char* name = name_of(row, record);
-        announce(name, row.keep());
+        keep_and_announce(row, record);
     }
+}
+
+void deliver_unasked(int number)
+{
+    const MessageRow& row = *row_of(number);
+    CMessage& record = row.record();
+    record.Init();
+    keep_and_announce(row, record);
 }
 
 // ---- Changes of tables -----------------------------------------------------------------------------------------
@@ -198,12 +219,35 @@ void act_on_step(int number, const ReceivedMessage& message)
 
 void qapi::Act_On_Message(int number, const ReceivedMessage& message)
 {
-    const auto* row = std::find_if(std::begin(message_rows), std::end(message_rows),
-                                   [number](const MessageRow& each) { return each.number == number; });
-    if (row != std::end(message_rows)) {
+    if (const MessageRow* row = row_of(number)) {
         deliver(*row, message);
     } else {
         act_on_step(number, message);
+    }
+}
+
+void qapi::Act_As_Server(int number, const ReceivedMessage& /*message*/)
+{
+    switch (number) {
+    case MSS_ORDEN:
+    case MSS_ORDEN_RFQ:
+    case MSS_ORDEN_2:
+    case MSS_TARNEL:
+    case MSS_TARNELWH:
+    case MSS_CHAT:
+        deliver_unasked(number);
+        break;
+    case MSS_INGRESO_EQUIPO:
+        Trace_Step(9);
+        announce("User_Entered", 0);
+        qapi::Answer_Login();
+        break;
+    case MSS_PEDIDO_LOG:
+    case MSS_PEDIDO_SIGUIENTE_LOG:
+        COMMON_Send_Log_Mss(1);
+        break;
+    default:
+        break;
     }
 }
 

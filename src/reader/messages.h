@@ -20,8 +20,13 @@ struct ReceivedMessage
 // A client's message: acted on by its number, or dropped.
 void Act_On_Message(int number, const ReceivedMessage& message);
 
+// A server's, after Connect: orders, chats and back-office messages are all new and wanted, a login and requests for
+// stored messages are answered, the rest is dropped, changes of tables too.
+void Act_As_Server(int number, const ReceivedMessage& message);
+
 } // namespace qapi
 
+using qapi::Act_As_Server;
 using qapi::Act_On_Message;
 using qapi::ReceivedMessage;
 

@@ -11,6 +11,7 @@
 #include "reader/processed_log.h"
 #include "records/session.h"
 #include "records/sizes.h"
+#include "session/empty_message.h"
 #include "session/session_state.h"
 #include "tblproc/subscription.h"
 #include "transport/envelope.h"
@@ -23,28 +24,21 @@ namespace {
 
 constexpr int level_secondary = 2; // of tables
 
-template <class Message> void send_empty(int number)
-{
-    Message message;
-    message[MSG_NUMBER_FIELD] = number;
-    COMMON_Put_Message_In_Send_Queue(&message, 5, nullptr, 0, nullptr);
-}
-
 } // namespace
 
 void COMMON_Send_Next_Log_Req()
 {
-    send_empty<CMsgNextLogReq>(MSS_PEDIDO_SIGUIENTE_LOG);
+    Send_Empty<CMsgNextLogReq>(MSS_PEDIDO_SIGUIENTE_LOG);
 }
 
 void COMMON_Send_Final_Log_Request()
 {
-    send_empty<CMsgTablesReq>(MSS_FIN_PEDIR_TABLAS);
+    Send_Empty<CMsgTablesReq>(MSS_FIN_PEDIR_TABLAS);
 }
 
 void COMMON_Send_Table_Reqs()
 {
-    send_empty<CMsgTablesReq>(MSS_PEDIR_TABLAS);
+    Send_Empty<CMsgTablesReq>(MSS_PEDIR_TABLAS);
 }
 
 void qapi::Primary_Tables_Arrived(unsigned connection)

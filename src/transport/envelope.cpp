@@ -16,6 +16,7 @@
 #include <string_view>
 
 const char Glb_DS_Id[] = "D";
+const char Glb_GT_Id[] = "G";
 const char Glb_BR_Id[] = "B";
 
 std::atomic<unsigned> glb_num_sent_msgs{0};

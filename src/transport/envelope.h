@@ -72,6 +72,7 @@ void COM_Send_Pkt2(char* message, int len, CDestinationsList* dest, int priority
 void COM_Get_Target_DS_List(int target, CDestinationsList** list);
 
 extern const char Glb_DS_Id[]; // identity of the data-server connection
+extern const char Glb_GT_Id[]; // of a connection to a gateway, which only old logs have seen
 extern const char Glb_BR_Id[]; // of a connection to a broker's machine, which nothing here opens
 
 extern std::atomic<unsigned> glb_num_sent_msgs; // messages that COM_Send_Pkt and COM_Send_Pkt2 have queued
