@@ -239,8 +239,7 @@ void qapi::Act_As_Server(int number, const ReceivedMessage& /*message*/)
         break;
     case MSS_INGRESO_EQUIPO:
         Trace_Step(9);
-        announce("User_Entered", 0);
-        qapi::Answer_Login();
+        qapi::Login_Came([] { announce("User_Entered", 0); });
         break;
     case MSS_PEDIDO_LOG:
     case MSS_PEDIDO_SIGUIENTE_LOG:

@@ -4,15 +4,15 @@
 
 namespace qapi {
 
-// A login is in the buffer of the views: sends it back as accepted.
-void Answer_Login();
+// A login is in the buffer of the views: tells the host, and sends it back as accepted.
+void Login_Came(void (*tell_host)());
 
 // How often the client of this connection has asked for its log.
 unsigned Log_Requests();
 
 } // namespace qapi
 
-using qapi::Answer_Login;
+using qapi::Login_Came;
 
 // 0 with a new connection; anything else answers a request for stored messages with a log of none: begin and end.
 void COMMON_Send_Log_Mss(int value);
