@@ -51,7 +51,7 @@ protected:
     static LogRecord Chat(unsigned number, const std::string& stamp = "20261120093005")
     {
         market::Chat chat;
-        chat.cabeza.number = number;
+        chat.cabeza.server_number = number;
         chat.chat.text = "chat " + std::to_string(number);
         return LogRecord::Message(market::Make(chat), "RM-Message Received", stamp);
     }

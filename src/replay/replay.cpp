@@ -9,7 +9,7 @@
 #include "replay/log_source.h"
 #include "replay/output_file.h"
 #include "system_seam.h"
-#include "table/table_state.h"
+#include "tblproc/table_messages.h"
 #include "transport/envelope.h"
 #include "transport/inbound_door.h"
 
