@@ -5,7 +5,6 @@
 #include "qcapi/config.h"
 #include "qcapi/qcapi.h"
 #include "reader/taken_record.h"
-#include "reader/views.h"
 #include "support/outbound_fixture.h"
 #include "support/recording_host.h"
 
@@ -180,7 +179,7 @@ TEST_F(SendMessageTest, KindsThatGoNowhereGiveZeroAllTheSame)
 TEST_F(SendMessageTest, ATableRecordLeavesAsItWasComposed)
 {
     Init("Indices_Vigentes");
-    const std::string composed = Bytes_Of(*Glb_cur_rates);
+    const std::string composed = Bytes_Of(*Glb_send_rates);
     EXPECT_EQ(Send("Indices_Vigentes"), 0);
     EXPECT_EQ(Sent().data, Framed(to_server, composed));
     EXPECT_THAT(ReportTexts::Take(), IsEmpty()); // it has no mark of persistence

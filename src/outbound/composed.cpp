@@ -4,7 +4,6 @@
 #include "qcapi/qcapi.h"
 #include "reader/field_access.h"
 #include "reader/taken_record.h"
-#include "reader/views.h"
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the name of a type
 #define QAPI_DEFINE(object, record) constinit ProcessLifetime<record> object([] { return new record; });
@@ -16,22 +15,22 @@ CMessage* Glb_cur_message_ptr = nullptr;
 
 namespace {
 
-// The view in which a table record is composed, by the type of its table; null for a type without one.
+// The object in which a table record is composed, by the type of its table; null for a type without one.
 CMessage* table_record_of(int table_type)
 {
     switch (table_type) {
     case 1:
-        return &*Glb_cur_gt_order_msg;
+        return &*Glb_send_gt_order_msg;
     case 2:
-        return &*Glb_cur_voice_summary;
+        return &*Glb_send_voice_summary;
     case 14:
-        return &*Glb_cur_voicegroup;
+        return &*Glb_send_voicegroup;
     case 15:
-        return &*Glb_cur_fixedincomemarkets;
+        return &*Glb_send_fixedincomemarkets;
     case 16:
-        return &*Glb_cur_historytransdayterm;
+        return &*Glb_send_historytransdayterm;
     case 17:
-        return &*Glb_cur_rates;
+        return &*Glb_send_rates;
     default:
         return nullptr;
     }
@@ -50,7 +49,7 @@ CMessage* object_of(const Kind& kind)
     case MSS_TRANS_MONEDA:
         return &*Glb_send_transmon_msg;
     case MSS_LOG_ORDER_TABLE:
-        return &*Glb_cur_logordertable_msg;
+        return &*Glb_send_logordertable_msg;
     case MSS_PRCMNT_TRANS_RENTA_FIJA:
         return &*Glb_send_mnt_trans_renta_fija_msg;
     case MSS_TARNEL:
@@ -68,7 +67,7 @@ CMessage* object_of(const Kind& kind)
     case MSS_CHAT:
         return &*Glb_send_chat_msg;
     case MSS_END_TRANSACTION:
-        return &*Glb_cur_endtransaction_msg;
+        return &*Glb_send_endtransaction_msg;
     case MSS_TABLA_GLOBAL:
         return table_record_of(kind.table_type);
     default:

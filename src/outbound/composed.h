@@ -1,12 +1,12 @@
-// The messages that a host composes: one object a kind, each with a buffer of its own. Three kinds are composed in
-// views of the reader (reader/views.h): a host that composes one of those writes into the buffer in which records
-// arrive. Composition stays in one thread at a time.
+// The messages that a host composes: one object a kind, each with a buffer of its own, so that nothing that is composed
+// meets what arrives. Composition stays in one thread at a time.
 #pragma once
 
 #include "process_lifetime.h"
 #include "reader/taken_record.h"
 #include "records/orders.h"
 #include "records/prices.h"
+#include "records/reference.h"
 
 // Object, class.
 // clang-format off
@@ -21,7 +21,15 @@
     OBJECT(Glb_send_htramtermhoy_msg,           CMsgPrcMntHourTerm) \
     OBJECT(Glb_send_average_puchase_price_msg,  CMsgAvgPurchasePrice) \
     OBJECT(Glb_send_histmampmhoy_msg,           CMsgPrcMntHourAmPm) \
-    OBJECT(Glb_send_chat_msg,                   CMsgChat)
+    OBJECT(Glb_send_chat_msg,                   CMsgChat) \
+    OBJECT(Glb_send_logordertable_msg,          CMsgOrder) \
+    OBJECT(Glb_send_endtransaction_msg,         CMsgEndTransaction) \
+    OBJECT(Glb_send_gt_order_msg,               CGTOrder) \
+    OBJECT(Glb_send_voice_summary,              CGTVoiceSummary) \
+    OBJECT(Glb_send_voicegroup,                 CGTVoiceGroup) \
+    OBJECT(Glb_send_fixedincomemarkets,         CGTFixedIncomeMarkets) \
+    OBJECT(Glb_send_historytransdayterm,        CGTHistoryTransDayTerm) \
+    OBJECT(Glb_send_rates,                      CGTRates)
 // clang-format on
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the name of a type

@@ -243,9 +243,7 @@ public:
     // order, SendMessage. `message_type` names the kind; an empty or null name keeps to the kind of the taken record.
     //
     // Orders (Orden_Transaccion, Orden_Transaccion_RFQ), Tarnel, TarnelWh, Chat and the table kinds leave. All other
-    // kinds that can be composed go nowhere, although SendMessage returns 0. The table kinds, Historia_Posturas and
-    // Fin_Transaccion are composed in the buffer in which received records arrive: compose those only while nothing is
-    // received.
+    // kinds that can be composed go nowhere, although SendMessage returns 0.
 
     /**
      * @brief Starts a message, all its fields empty; with an empty name, as a copy of the taken record. Forgets the

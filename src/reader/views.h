@@ -1,6 +1,5 @@
 // The views: one object of every record class over one buffer, into which the reader lays each record that arrives, so
-// that a record can be read as any class without a copy. The reader alone uses them, each behind an Init; the
-// exceptions are kinds that a host composes in a view (outbound/composed.h).
+// that a record can be read as any class without a copy. The reader alone uses them, each behind an Init.
 #pragma once
 
 #include "process_lifetime.h"

@@ -6,22 +6,18 @@
 #include "records/session.h"
 #include "session/empty_message.h"
 
-#include <algorithm>
-
 namespace {
 
 unsigned log_flag = 0; // the reader's
 
 } // namespace
 
-// The client's own login comes back, with the queue's stamp and the flag alone changed. It is taken out of the buffer
-// first: in the callback the host may compose records of tables, which are composed there.
+// The client's own login goes back, with the flag and the queue's stamp alone changed.
 void qapi::Login_Came(void (*tell_host)())
 {
-    CMsgLogin login;
-    std::copy_n(Glb_cur_msg_buffer(), login.m_data_len, login.m_data);
-    login.Init();
     tell_host();
+    CMsgLogin& login = *Glb_cur_login_msg;
+    login.Init();
     login[BANDERA_LOGIN].Set_Text("S");
     COMMON_Put_Message_In_Send_Queue(&login, 4, nullptr, 0, nullptr);
 }
