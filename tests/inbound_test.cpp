@@ -349,11 +349,12 @@ TEST_F(MessagesOfAConnection, AreThereUntilItCloses)
     EXPECT_EQ(TableWorld::Records_In(TableId::Glb_Chat_Message_Table), 0);
 }
 
-TEST_F(MessagesOfAConnection, AreNotActedOnInTheServersRole)
+TEST_F(MessagesOfAConnection, AreThereInTheServersRoleBehindItToo)
 {
     connection_says(TCP_STATUS_PACKET_RECEIVED, chat("one"));
+    connection_says(TCP_STATUS_CLOSED_CONNECTION, "D", "the peer closed");
     read(ReadingHost::Process_DS_Messages);
-    EXPECT_THAT(host.lines(), testing::IsEmpty());
+    EXPECT_EQ(TableWorld::Records_In(TableId::Glb_Chat_Message_Table), 1);
 }
 
 TEST_F(MessagesOfAConnection, OfTheLongestKindDoNotReadWhatLiesBehindThem)

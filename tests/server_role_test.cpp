@@ -37,10 +37,12 @@ protected:
     ServerRole()
     {
         Forget_Configuration();
+        Flag_Mailboxes();
         Glb_Recv_Mss->Initialize();
         Glb_Send_Mss->Initialize();
         Glb_Unic_Number = 0;
         open(sent::connection);
+        host.forget_lines();
     }
     ~ServerRole() override
     {
@@ -67,6 +69,8 @@ protected:
         connection_says(TCP_STATUS_PACKET_RECEIVED, message);
         read();
     }
+    // As much of it as a frame can have.
+    static std::string chat(const market::Chat& what) { return market::Make(what).substr(0, 3000); }
     // Nothing but its number, which has three characters.
     static std::string empty_message(int number)
     {
@@ -86,7 +90,7 @@ TEST_F(ServerRole, OrdersChatsAndBackOfficeReachTheHost)
     receive(market::Make(market::Order{.kind = 8}));
     receive(empty_message(133));
     receive(empty_message(134));
-    receive(market::Make(market::Chat{}));
+    receive(chat({}));
     EXPECT_THAT(host.lines(), ElementsAre("message Orden_Transaccion 1", "message Orden_Transaccion 2",
                                           "message Orden_Transaccion 3", "message Orden_Transaccion_RFQ 4",
                                           "message Tarnel 5", "message TarnelWh 6", "message Chat 7"));
@@ -100,9 +104,9 @@ TEST_F(ServerRole, NobodyAsksWhetherItIsWantedOrARepeat)
     std::string condition = "=";
     std::string value = "another text";
     host.AddLoginCondition(kind.data(), field.data(), condition.data(), value.data());
-    const std::string chat = market::Make(market::Chat{.cabeza = {.server_number = 5}, .chat = {.text = "a text"}});
-    receive(chat);
-    receive(chat);
+    const std::string message = chat({.cabeza = {.server_number = 5}, .chat = {.text = "a text"}});
+    receive(message);
+    receive(message);
     CQcApi::initialize_flag = QAPI_NOT_INITIALIZED;
     EXPECT_THAT(host.lines(), SizeIs(2));
 }
@@ -110,8 +114,8 @@ TEST_F(ServerRole, NobodyAsksWhetherItIsWantedOrARepeat)
 TEST_F(ServerRole, TheHostTakesReadsAndFinishesThem)
 {
     CQcApi::initialize_flag = QAPI_INITIALIZED_AS_DS;
-    receive(market::Make(market::Chat{.chat = {.text = "good morning"}}));
-    std::array<char, 1024> text{};
+    receive(chat({.chat = {.text = "good morning"}}));
+    std::array<char, 4096> text{};
     std::string name = "texto";
     EXPECT_EQ(host.take("Chat", 1), 0);
     host.GetField(name.data(), text.data());
