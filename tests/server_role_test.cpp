@@ -170,6 +170,18 @@ TEST_F(ServerRole, ASecondClientFindsItAsTheFirstOneDid)
     EXPECT_EQ(qapi::Log_Requests(), 2U);
 }
 
+TEST_F(ServerRole, AClientThatAsksWithoutEndAndDoesntReadGetsABoundedNumberOfAnswers)
+{
+    for (int request = 0; request < 2000; ++request) {
+        connection_says(TCP_STATUS_PACKET_RECEIVED, empty_message(request % 2 == 0 ? 203 : 201));
+    }
+    read();
+    EXPECT_EQ(host.count("message User_Entered 0"), 1000);
+    EXPECT_THAT(sent::take_numbers(), SizeIs(testing::AllOf(testing::Ge(1000U), testing::Le(1001U))));
+    receive(empty_message(203));
+    EXPECT_THAT(sent::take_numbers(), ElementsAre("204", "205"));
+}
+
 // ---- The rest
 
 TEST_F(ServerRole, AllElseIsCountedAndDropped)
