@@ -180,7 +180,8 @@ TEST_F(Compose, AReplyToNothingIsCodeFifteen)
 
 TEST_F(Compose, WhatArrivesStaysAsItIs)
 {
-    for (const char* name : {"Posturas_Vigentes", "Resumenes_Vigentes", "Historia_Posturas", "Fin_Transaccion", "Chat"}) {
+    for (const char* name :
+         {"Posturas_Vigentes", "Resumenes_Vigentes", "Historia_Posturas", "Fin_Transaccion", "Chat"}) {
         The_Receive_Buffer->Take("xxxARRIVED"s);
         EXPECT_EQ(Init(name), 0);
         EXPECT_EQ(std::string(Glb_cur_msg_buffer(), 10), "xxxARRIVED") << name;
