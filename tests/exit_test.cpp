@@ -2,6 +2,7 @@
 #include "arrm.h"
 #include "global.h"
 #include "support/fake_system.h"
+#include "support/log_records.h"
 #include "support/session_fixture.h"
 #include "thrct.h"
 
@@ -181,6 +182,30 @@ TEST_F(ExitTest, ExitInsideACallbackEndsTheOtherThreadsAndNotItsOwn)
             }
         },
         ExitedWithCode(6), "^$");
+}
+
+TEST_F(ExitTest, ExitInsideAReportOfAReplayCountsOnlyThreadsThatCount)
+{
+    LogRecord cut = LogRecord::Message("575");
+    cut.data_length = 4; // one byte more than there is: a report on the replay's thread
+    const std::string log = cut.bytes();
+    EXPECT_EXIT(
+        {
+            std::atexit([] { std::fprintf(stderr, "threads %d", THRCT_Get_App_Thread_Counter()); });
+            scratch.write("qapi.cfg", "data_server DSAB\ntesting_file yesterday.log\n");
+            scratch.write("yesterday.log", log);
+            TellingHost* host = new TellingHost;
+            host->in_callback = [](const std::string& line) {
+                if (line.starts_with("error 1 Uncompressed packet")) {
+                    std::exit(14);
+                }
+            };
+            host->login();
+            for (;;) {
+                pause();
+            }
+        },
+        ExitedWithCode(14), "threads 0");
 }
 
 TEST_F(ExitTest, ExitInTheNoticeOfALogoutWaitsForTheThreads)

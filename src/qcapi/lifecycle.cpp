@@ -352,7 +352,7 @@ void CQcApi::AtExitQcApi()
 void CQcApi::Stop_At_Exit()
 {
     The_Master_Mutex->Give_Up();
-    if (This_Worker() != nullptr) {
+    if (const Worker_Thread* self = This_Worker(); self != nullptr && self->counted) {
         THRCT_Decrease_App_Thread_Counter();
     }
     const bool may_join = Lifecycle_Gate->is_mine() || Lifecycle_Gate->try_enter(); // else another thread's Logout does

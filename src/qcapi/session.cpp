@@ -58,12 +58,22 @@ private:
     sigset_t m_before{};
 };
 
+void start(Worker_Thread& worker, void* (*entry)(void*), void* argument)
+{
+    const OutsideSignalsBlocked inherited_by_the_worker;
+    worker.entry = entry;
+    worker.argument = argument;
+    worker.result = pthread_create(&worker.id, nullptr, run_worker, &worker);
+    worker.joinable = worker.result == 0;
+}
+
 } // namespace
 
 void qapi::Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
 {
     const unsigned started_before = THRCT_Get_Started_Threads();
-    Start_Uncounted_Worker(worker, entry, argument);
+    worker.counted = true;
+    start(worker, entry, argument);
     if (worker.joinable) {
         THRCT_Wait_For_Another_Start(started_before);
     }
@@ -71,11 +81,8 @@ void qapi::Start_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argu
 
 void qapi::Start_Uncounted_Worker(Worker_Thread& worker, void* (*entry)(void*), void* argument)
 {
-    const OutsideSignalsBlocked inherited_by_the_worker;
-    worker.entry = entry;
-    worker.argument = argument;
-    worker.result = pthread_create(&worker.id, nullptr, run_worker, &worker);
-    worker.joinable = worker.result == 0;
+    worker.counted = false;
+    start(worker, entry, argument);
 }
 
 void qapi::Join_Worker(Worker_Thread& worker)

@@ -22,6 +22,7 @@ struct Worker_Thread
     pthread_t id{};
     int result = 0;        // of the thread's creation
     bool joinable = false; // started and not joined yet; stays so after LogoutForce
+    bool counted = false;  // by itself, in thrct
     void* (*entry)(void*) = nullptr;
     void* argument = nullptr;
 };
