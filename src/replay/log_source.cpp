@@ -170,17 +170,15 @@ bool LogSource::Read(std::span<char> target)
     return true;
 }
 
+// What is not in the buffer yet is not read at all.
 bool LogSource::Skip(std::uint64_t count)
 {
-    while (count != 0) {
-        if (m_ahead.empty() && !Fill()) {
-            return false;
-        }
-        const std::size_t step = static_cast<std::size_t>(std::min<std::uint64_t>(count, m_ahead.size()));
-        m_ahead.remove_prefix(step);
-        count -= step;
-    }
-    return true;
+    const std::uint64_t in_buffer = std::min<std::uint64_t>(count, m_ahead.size());
+    m_ahead.remove_prefix(static_cast<std::size_t>(in_buffer));
+    const std::uint64_t behind = std::min(count - in_buffer, static_cast<std::uint64_t>(m_left));
+    m_offset += static_cast<std::int64_t>(behind);
+    m_left -= static_cast<std::int64_t>(behind);
+    return in_buffer + behind == count;
 }
 
 bool LogSource::Fill()
