@@ -113,7 +113,7 @@ private:
         if (number_in(head, 28) == 1) {
             body.pop_back();
             body = restored(body).value_or(body);
-            if (body.size() != number_in(head, 20) + 88) {
+            if (body.size() != std::uint64_t{number_in(head, 20)} + 88) {
                 told.emplace_back(unfit);
             }
             body += '\n';
@@ -270,7 +270,7 @@ TEST_F(LogSourceHostile, DamagedLogsReadAsInTheModel)
 {
     std::mt19937 random(20261120);
     const auto below = [&random](std::size_t limit) { return static_cast<std::size_t>(random() % limit); };
-    for (int round = 0; round < 10'000; ++round) {
+    for (int round = 0; round < 3000; ++round) {
         std::string log = sound + sound;
         for (std::size_t damages = below(4); damages > 0; --damages) {
             const std::size_t at = below(log.size());
@@ -293,7 +293,7 @@ TEST_F(LogSourceHostile, DamagedLogsReadAsInTheModel)
 TEST_F(LogSourceHostile, AnyBytesReadAsInTheModel)
 {
     std::mt19937 random(4711);
-    for (int round = 0; round < 10'000; ++round) {
+    for (int round = 0; round < 3000; ++round) {
         std::string log(random() % 300, '\0');
         std::generate(log.begin(), log.end(), [&random] { return static_cast<char>(random()); });
         for (const std::size_t at : {0U, 16U, 20U, 24U, 28U}) { // small lengths, or nothing would be read
