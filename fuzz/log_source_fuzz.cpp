@@ -1,15 +1,18 @@
 // Any bytes as a running log that is replayed or translated: each record's lengths fit its body, no message is left
-// compressed, all records lie between the bounds, and a translation reads as itself, to the byte.
+// compressed, all records lie between the bounds, and a translation reads as itself, to the byte. Up to the first
+// damage it is what the other reader of logs reads.
 //
 // Input: a line "EARLIER,LATER" with the bounds, each of them empty if it is missing, and the bytes of the log.
 #include "little_endian.h"
 #include "memory_file.h"
+#include "qcapi/log_reader.h"
 #include "replay/log_source.h"
 #include "require.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -96,6 +99,29 @@ Translation translation_of(std::string_view log, const Input& input)
     return translation;
 }
 
+// What both take for a record is the same to both. The other reader tells by a message's length whether its body is
+// compressed, and this one tries it, so of messages those count that are compressed to both.
+void compare_with_reader(std::string_view log)
+{
+    const MemoryFile file(log);
+    const auto source = LogSource::Open(file.path().c_str(), {}, {});
+    const auto reader = std::make_unique<LogReader>([log](std::span<char> room) mutable {
+        const std::size_t count = log.copy(room.data(), room.size());
+        log.remove_prefix(count);
+        return count;
+    });
+    const auto record = std::make_unique<ExpandedRecord>();
+    LogEntry entry;
+    while (reader->next(entry) && entry.kind != LogEntry::Kind::damage && entry.date.starts_with('2')) {
+        require(source->Next(*record) == LogSource::Step::record);
+        require(record->bytes().substr(0, 8) == entry.date && record->bytes().substr(8, 6) == entry.hour);
+        require(record->priority() == entry.priority && record->source() == entry.source);
+        require(record->bytes().back() == '\n');
+        require(entry.kind != LogEntry::Kind::text || record->body() == entry.body);
+        require(entry.form != LogEntry::Form::compressed || record->packet() == entry.packet);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -104,5 +130,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Translation first = translation_of(input.log, input);
     const Translation second = translation_of(first.bytes, input);
     require(second.bytes == first.bytes && second.end == LogSource::Step::end);
+    compare_with_reader(input.log);
     return 0;
 }
