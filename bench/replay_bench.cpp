@@ -97,7 +97,8 @@ private:
             Append_Received(market::Make(market::Chat{.chat = {.text = "The close was 4012.25, against 4009.00"}}));
             break;
         default:
-            Append_Received(market::Make(market::Order{.code = std::to_string(100000 + m_records % 1000)}));
+            Append_Received(market::Make(market::Order{.number = m_records % 4 == 1 ? 121 : 111,
+                                                       .code = std::to_string(100000 + m_records % 1000)}));
             break;
         }
     }
