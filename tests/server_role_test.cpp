@@ -19,7 +19,6 @@
 
 #include <thread>
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
