@@ -342,8 +342,9 @@ public:
     void CallOnDisconnection(int reason_code, const char* reason_text);
     void CallReportError(int error_code, char* error_text, int next_action_code, int next_action_data);
     void CallStatusChanged(int status_code, char* status_text);
-    /// Sees every data packet before it is acted on. Does nothing.
-    void CallDataReceived(const char* source_id, char* message_name, char* message_data);
+    /// Sees every data packet before it is acted on, on the reader thread and outside the callbacks' turns. Does nothing;
+    /// a data server's host overrides it, to hear what the library leaves to it. The data are those of the reader.
+    virtual void CallDataReceived(const char* source_id, char* message_name, char* message_data);
 
     // ---- When callbacks may come -----------------------------------------------------------------------------------
 
