@@ -3,10 +3,16 @@
 // touched.
 #include <qcapi/host.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cctype>
+#include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -28,6 +34,12 @@ struct Arguments
     std::string output;
 };
 
+bool is_time(const std::string& text)
+{
+    constexpr std::size_t longest = 14; // YYYYMMDDHHMMSS
+    return text.size() <= longest && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 bool take(Arguments& arguments, int count, char** words)
 {
     for (int at = 1; at < count; ++at) {
@@ -45,21 +57,41 @@ bool take(Arguments& arguments, int count, char** words)
             return false;
         }
     }
-    return !arguments.log.empty();
+    return !arguments.log.empty() && is_time(arguments.start) && is_time(arguments.end);
 }
 
-// Made empty, the working directory while it lives, and removed with all that a session leaves.
+// Signals that would end the process, but for those that whoever started it wants ignored.
+sigset_t ending_signals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        struct sigaction action
+        {
+        };
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&signals, number);
+        }
+    }
+    return signals;
+}
+
+// Made empty, the working directory while it lives, and removed with all that a session leaves; by a signal too, which
+// a thread waits for. The library's threads are started later, and so have it blocked.
 class OwnDirectory
 {
 public:
     OwnDirectory()
     {
         std::string name = (fs::temp_directory_path() / "replay-XXXXXX").string();
+        const sigset_t signals = ending_signals();
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         if (mkdtemp(name.data()) == nullptr) {
             throw std::system_error(errno, std::generic_category(), name);
         }
         m_path = name;
         fs::current_path(m_path);
+        std::thread([name, signals] { remove_at_signal(name, signals); }).detach();
     }
     ~OwnDirectory()
     {
@@ -71,11 +103,32 @@ public:
     OwnDirectory& operator=(const OwnDirectory&) = delete;
 
 private:
+    static void remove_at_signal(const std::string& path, const sigset_t& signals)
+    {
+        int number = 0;
+        if (sigwait(&signals, &number) == 0) {
+            std::error_code ignored;
+            for (int attempt = 0; attempt < 100 && fs::exists(path, ignored); ++attempt) {
+                fs::remove_all(path, ignored); // a thread of the session may make a file meanwhile
+            }
+            std::_Exit(128 + number); // as a shell tells it
+        }
+    }
+
     fs::path m_before = fs::current_path();
     fs::path m_path;
 };
 
-// The host's own settings, with the log in place of the connection.
+// Of the settings' own the last one would count, and one that is left out here would stay.
+bool is_of_replay(std::string line)
+{
+    std::transform(line.begin(), line.end(), line.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return line.find("testing_") != std::string::npos;
+}
+
+// The host's own settings, with the log in place of the connection. A directive's value can't hold a blank, and a path
+// may: so both files are named by links.
 void write_settings(const fs::path& from, const Arguments& arguments)
 {
     std::ifstream settings(from);
@@ -84,16 +137,20 @@ void write_settings(const fs::path& from, const Arguments& arguments)
     }
     std::ofstream file("qapi.cfg");
     for (std::string line; std::getline(settings, line);) {
-        if (line.find("testing_") == std::string::npos) {
+        if (!is_of_replay(line)) {
             file << line << '\n';
         }
     }
-    file << "testing_file \"" << arguments.log << "\"\n";
-    for (const auto& [directive, value] : {std::pair("testing_output_file", arguments.output),
-                                           {"testing_start", arguments.start},
-                                           {"testing_end", arguments.end}}) {
-        if (!value.empty()) {
-            file << directive << " \"" << value << "\"\n";
+    fs::create_symlink(arguments.log, "input");
+    file << "testing_file input\n";
+    if (!arguments.output.empty()) {
+        fs::create_symlink(arguments.output, "output");
+        file << "testing_output_file output\n";
+    }
+    for (const auto& [directive, time] :
+         {std::pair("testing_start", arguments.start), {"testing_end", arguments.end}}) {
+        if (!time.empty()) {
+            file << directive << ' ' << time << '\n';
         }
     }
 }
@@ -186,13 +243,34 @@ int replay()
     return 0;
 }
 
+// The library tells only its running log what is wrong with the files, and that goes with the directory. It opens both
+// for reading and writing.
+void check_files(const Arguments& arguments)
+{
+    if (!fs::is_regular_file(arguments.log) || !std::fstream(arguments.log)) {
+        throw std::runtime_error("can't open " + arguments.log);
+    }
+    if (arguments.output.empty()) {
+        return;
+    }
+    const int output = open(arguments.output.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600); // it may hold passwords
+    if (output == -1) {
+        throw std::system_error(errno, std::generic_category(), arguments.output);
+    }
+    close(output);
+    if (fs::equivalent(arguments.log, arguments.output)) {
+        throw std::runtime_error("a log can't be translated into itself");
+    }
+}
+
 int run(Arguments arguments)
 {
     const fs::path settings = fs::absolute(arguments.settings);
-    arguments.log = fs::canonical(arguments.log).string();
+    arguments.log = fs::absolute(arguments.log).string();
     if (!arguments.output.empty()) {
         arguments.output = fs::absolute(arguments.output).string();
     }
+    check_files(arguments);
     const OwnDirectory directory;
     write_settings(settings, arguments);
     return arguments.output.empty() ? replay() : translate(arguments);

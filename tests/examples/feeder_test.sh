@@ -48,14 +48,14 @@ start_client() { # PROGRAM ARGUMENTS
 
 end_client() {
     end_input client
-    wait_for example.out '^user left' $((++clients))
-    mv client.out "client$clients.out"
+    wait_for example.out '^user left' $((++served))
+    mv client.out "client$served.out"
 }
 
 expect_usage
 mkdir SERV L001
 configure SERV FEED
-clients=0
+served=0
 start_feeder
 configure L001 N001 'ds_ip_address = 127.0.0.1' "ds_tcp_port = $port" 'transaction_feed = 1' \
     'table_code = 31 Posturas_Vigentes' 'language = english'
@@ -89,7 +89,7 @@ start_client demo_trader ana ana-2026 N001 31
 tell client "chat FEED Good evening"
 wait_for example.out '^chat: Good evening'
 end_client
-rm "client$clients.out" # a page of its own
+rm "client$served.out" # a page of its own
 end_example
 
 for said in client?.out; do
