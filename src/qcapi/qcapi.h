@@ -342,8 +342,13 @@ public:
     void CallOnDisconnection(int reason_code, const char* reason_text);
     void CallReportError(int error_code, char* error_text, int next_action_code, int next_action_data);
     void CallStatusChanged(int status_code, char* status_text);
-    /// Sees every data packet before it is acted on, on the reader thread and outside the callbacks' turns. Does nothing;
-    /// a data server's host overrides it, to hear what the library leaves to it. The data are those of the reader.
+    /**
+     * @brief Sees every message before it is acted on. Does nothing; a host may override it, and so a data server's
+     *        host hears what the library leaves to it. Runs on the reader thread, and waits for no callback.
+     * @param source_id    identity of the connection
+     * @param message_name the name of its kind; valid during the call
+     * @param message_data the message from its number on, zeros behind it; the reader's, valid during the call
+     */
     virtual void CallDataReceived(const char* source_id, char* message_name, char* message_data);
 
     // ---- When callbacks may come -----------------------------------------------------------------------------------
