@@ -132,9 +132,6 @@ bool is_of_replay(std::string line)
 void write_settings(const fs::path& from, const Arguments& arguments)
 {
     std::ifstream settings(from);
-    if (!settings) {
-        throw std::runtime_error("can't read " + from.string());
-    }
     std::ofstream file("qapi.cfg");
     for (std::string line; std::getline(settings, line);) {
         if (!is_of_replay(line)) {
@@ -243,10 +240,13 @@ int replay()
     return 0;
 }
 
-// The library tells only its running log what is wrong with the files, and that goes with the directory. It opens both
-// for reading and writing.
-void check_files(const Arguments& arguments)
+// The library tells only its running log what is wrong with log and output, and that goes with the directory. It opens
+// both for reading and writing.
+void check_files(const fs::path& settings, const Arguments& arguments)
 {
+    if (!std::ifstream(settings)) {
+        throw std::runtime_error("can't read " + settings.string());
+    }
     if (!fs::is_regular_file(arguments.log) || !std::fstream(arguments.log)) {
         throw std::runtime_error("can't open " + arguments.log);
     }
@@ -270,7 +270,7 @@ int run(Arguments arguments)
     if (!arguments.output.empty()) {
         arguments.output = fs::absolute(arguments.output).string();
     }
-    check_files(arguments);
+    check_files(settings, arguments);
     const OwnDirectory directory;
     write_settings(settings, arguments);
     return arguments.output.empty() ? replay() : translate(arguments);

@@ -92,9 +92,10 @@ nothing_is_left
 ends_with 2 '^usage: ' ../host/qapi.log --start yesterday
 ends_with 2 '^usage: ' ../host/qapi.log another.log
 ends_with 2 '^usage: ' ../host/qapi.log --end
-ends_with 1 "can't open" missing.log
-ends_with 1 "can't open" "$scratch"
-ends_with 1 "can't read .*/elsewhere/qapi.cfg" ../host/qapi.log
+ends_with 1 "can't open" missing.log --settings ../host/qapi.cfg
+ends_with 1 "can't open" "$scratch" --settings ../host/qapi.cfg
+ends_with 1 "can't read .*/elsewhere/qapi.cfg" ../host/qapi.log --translate "$scratch/untouched.log"
+[ ! -e untouched.log ] || fail "it makes a translation without settings"
 ends_with 1 'missing/plain.log' ../host/qapi.log --settings ../host/qapi.cfg --translate missing/plain.log
 ends_with 1 'itself' ../host/qapi.log --settings ../host/qapi.cfg --translate ../host/qapi.log
 nothing_is_left
