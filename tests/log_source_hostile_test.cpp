@@ -4,6 +4,7 @@
 
 #include "replay/output_file.h"
 #include "support/log_records.h"
+#include "support/read_log_source.h"
 #include "support/report_texts.h"
 #include "support/scratch_directory.h"
 
@@ -134,18 +135,6 @@ protected:
 
     void Put(const std::string& bytes) const { directory.write("in.log", bytes); }
 
-    static Texts Read(LogSource& source)
-    {
-        Texts records;
-        const auto record = std::make_unique<ExpandedRecord>();
-        LogSource::Step step = source.Next(*record);
-        for (; step == LogSource::Step::record; step = source.Next(*record)) {
-            records.emplace_back(record->bytes());
-        }
-        records.emplace_back(step == LogSource::Step::end ? "end" : "beyond");
-        return records;
-    }
-
     void ExpectAsInTheModel(const std::string& bytes, const std::string& start = "", const std::string& end = "") const
     {
         ASSERT_EQ(ftruncate(memory, 0), 0);
@@ -153,7 +142,7 @@ protected:
         const auto source = LogSource::Open(("/proc/self/fd/" + std::to_string(memory)).c_str(), start, end);
         ASSERT_NE(source, nullptr);
         const Model model(bytes, start, end);
-        ASSERT_EQ(Read(*source), model.records);
+        ASSERT_EQ(Read_All(*source), model.records);
         ASSERT_EQ(ReportTexts::Take(), model.told);
     }
 
@@ -245,7 +234,7 @@ TEST_F(LogSourceHostile, ALengthThatIsTakenForTheOtherOrderTurnsAllFour)
     log += std::string(254, 'y') + "\n";
     Put(log);
     const auto source = LogSource::Open("in.log", "", "");
-    EXPECT_THAT(Read(*source),
+    EXPECT_THAT(Read_All(*source),
                 ElementsAre("20261120093005"s + "\0\0"s + LogRecord::Number(289) + "\0\0\0\x03"s +
                                 LogRecord::Number(256) + LogRecord::Number(0) + "x\n" + std::string(254, 'y') + "\n",
                             "end"));
@@ -331,7 +320,7 @@ protected:
         EXPECT_EQ(source->Next(*record), LogSource::Step::record);
     }
 
-    [[nodiscard]] Texts Rest() const { return Read(*source); }
+    [[nodiscard]] Texts Rest() const { return Read_All(*source); }
 
     static constexpr int records = 1000;
     const std::string line = LogRecord::Text(std::string(967, 'l')).bytes(); // 1000 bytes
@@ -413,7 +402,7 @@ TEST_F(LogSourceHostile, ALinkToALogIsTheLog)
     std::filesystem::create_symlink("in.log", "link");
     const auto source = LogSource::Open("link", "", "");
     ASSERT_NE(source, nullptr);
-    EXPECT_THAT(Read(*source), ElementsAre(first, "end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(first, "end"));
 }
 
 // ---- Large files -----------------------------------------------------------------------------------------------
@@ -481,7 +470,7 @@ TEST_F(LargeLog, WhatIsAheadOfTheRangeIsPassedOver)
 {
     PutHoles(3500);
     const auto source = LogSource::Open("in.log", "20261120093006", "");
-    EXPECT_THAT(Read(*source), ElementsAre("end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre("end"));
 }
 
 // A record ahead of the range may be as long as its number says: here 4 GB, and the file has them.
@@ -494,7 +483,7 @@ TEST_F(LargeLog, RecordsBehindFourGigabytesAreRead)
     std::filesystem::resize_file("in.log", static_cast<std::uintmax_t>(behind));
     std::ofstream("in.log", std::ios::binary | std::ios::app) << first << stored;
     const auto source = LogSource::Open("in.log", "2026112008", "");
-    EXPECT_THAT(Read(*source), ElementsAre(first, Model(stored, "", "").records[0], "end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(first, Model(stored, "", "").records[0], "end"));
 }
 
 TEST_F(LargeLog, ZerosBehindTheRecordsEndIt)
@@ -502,7 +491,7 @@ TEST_F(LargeLog, ZerosBehindTheRecordsEndIt)
     Put(first);
     std::filesystem::resize_file("in.log", std::uintmax_t{6} << 30);
     const auto source = LogSource::Open("in.log", "", "");
-    EXPECT_THAT(Read(*source), ElementsAre(first, "end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(first, "end"));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "compress/rle.h"
 #include "qcapi/log.h"
 #include "support/log_records.h"
+#include "support/read_log_source.h"
 #include "support/report_texts.h"
 #include "support/scratch_directory.h"
 
@@ -28,25 +29,12 @@ protected:
 
     ~LogSourceTest() override { LOG_End(); }
 
-    // All records of a log with these bytes as a translation has them, and how it ends.
     Texts Read(const std::string& bytes, const std::string& start = "", const std::string& end = "")
     {
         directory.write("in.log", bytes);
         const auto source = LogSource::Open("in.log", start, end);
-        return source != nullptr ? Read(*source) : Texts{"doesn't open"};
+        return source != nullptr ? Read_All(*source) : Texts{"doesn't open"};
     }
-    static Texts Read(LogSource& source)
-    {
-        Texts records;
-        const auto record = std::make_unique<ExpandedRecord>();
-        LogSource::Step step = source.Next(*record);
-        for (; step == LogSource::Step::record; step = source.Next(*record)) {
-            records.emplace_back(record->bytes());
-        }
-        records.emplace_back(step == LogSource::Step::end ? "end" : "beyond");
-        return records;
-    }
-
     // The record with its body as one block of zero-word suppression.
     static LogRecord Compressed(LogRecord record)
     {
@@ -168,8 +156,8 @@ TEST_F(LogSourceBounds, BehindTheLaterOneItStaysSo)
 {
     directory.write("in.log", log);
     const auto source = LogSource::Open("in.log", "", "20261120080000");
-    EXPECT_THAT(Read(*source), ElementsAre(At("080000").bytes(), "beyond"));
-    EXPECT_THAT(Read(*source), ElementsAre("beyond"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(At("080000").bytes(), "beyond"));
+    EXPECT_THAT(Read_All(*source), ElementsAre("beyond"));
 }
 
 TEST_F(LogSourceBounds, RecordsAheadArePassedOverInEitherByteOrder)
@@ -245,7 +233,7 @@ TEST_F(LogSourceTest, WhatIsWrittenBehindItsEndIsNotItsOwn)
     directory.write("in.log", text.bytes() + text.bytes());
     const auto source = LogSource::Open("in.log", "", "");
     directory.write("in.log", text.bytes() + text.bytes() + message.bytes());
-    EXPECT_THAT(Read(*source), ElementsAre(text.bytes(), text.bytes(), "end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(text.bytes(), text.bytes(), "end"));
 }
 
 TEST_F(LogSourceTest, AFileThatGetsShorterEndsThere)
@@ -253,7 +241,7 @@ TEST_F(LogSourceTest, AFileThatGetsShorterEndsThere)
     directory.write("in.log", text.bytes() + text.bytes());
     const auto source = LogSource::Open("in.log", "", "");
     std::filesystem::resize_file("in.log", text.bytes().size() + 5);
-    EXPECT_THAT(Read(*source), ElementsAre(text.bytes(), "end"));
+    EXPECT_THAT(Read_All(*source), ElementsAre(text.bytes(), "end"));
 }
 
 TEST_F(LogSourceTest, AnythingButAFileIsNoLog)
