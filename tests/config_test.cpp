@@ -235,12 +235,16 @@ TEST_F(Config, SecondReadingGivesTheSameResult)
 
 TEST_F(Config, ReadingForgetsServersReplayAndTablesOfTheOneBefore)
 {
-    EXPECT_EQ(apply("testing_file in\ntesting_output_file out\ntable_code 31 Posturas_Vigentes\ntarnel_feed 1\n"), 0);
+    EXPECT_EQ(apply("testing_file in\ntesting_output_file out\ntesting_start 2025\ntesting_end 2026\ntable_code 31 "
+                    "Posturas_Vigentes\ntarnel_feed 1\n"),
+              0);
     EXPECT_EQ(read("data_server DS09\n"), 0);
     EXPECT_EQ(glb_dss_counter, 1);
     EXPECT_EQ(bytes_of(glb_dss[0], 4), "DS09");
     EXPECT_EQ(Glb_run_log_testing, 0);
     EXPECT_EQ(Glb_run_log_output, 0);
+    EXPECT_EQ(Glb_logging_start, nullptr);
+    EXPECT_EQ(Glb_logging_end, nullptr);
     EXPECT_EQ(Glb_access_tables[0].table_type, 0);
     EXPECT_EQ(gbl_code_table_type[8], 0);
     EXPECT_EQ(Glb_subscribed_code_table_id[5], 0U);

@@ -208,6 +208,31 @@ TEST_F(ExitTest, ExitInsideAReportOfAReplayCountsOnlyThreadsThatCount)
         ExitedWithCode(14), "threads 0");
 }
 
+TEST_F(ExitTest, ExitBesideATranslationEndsIt)
+{
+    const std::string log = LogRecord::Text("ER-a line").bytes();
+    EXPECT_EXIT(
+        {
+            std::atexit([] { std::fprintf(stderr, "<%ju>", std::filesystem::file_size("translated.log")); });
+            scratch.write("qapi.cfg", "data_server DSAB\ntesting_file yesterday.log\n"
+                                      "testing_output_file translated.log\n");
+            scratch.write("yesterday.log", log);
+            TellingHost* host = new TellingHost;
+            std::thread exiting;
+            host->in_callback = [&](const std::string& line) {
+                if (line.starts_with("status 21")) {
+                    exiting = std::thread([] { std::exit(15); });
+                    while (!CQcApi::atexitqapi) {
+                        std::this_thread::yield();
+                    }
+                }
+            };
+            host->login();
+            exiting.join();
+        },
+        ExitedWithCode(15), "<0>");
+}
+
 TEST_F(ExitTest, ExitInTheNoticeOfALogoutWaitsForTheThreads)
 {
     EXPECT_EXIT(

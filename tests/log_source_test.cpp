@@ -160,6 +160,15 @@ TEST_F(LogSourceBounds, BehindTheLaterOneItStaysSo)
     EXPECT_THAT(Read_All(*source), ElementsAre("beyond"));
 }
 
+TEST_F(LogSourceBounds, TheSearchForTheEarlierOneCanBeStopped)
+{
+    directory.write("in.log", log);
+    const auto record = std::make_unique<ExpandedRecord>();
+    const auto source = LogSource::Open("in.log", "20261120100000", "");
+    EXPECT_EQ(source->Next(*record, [] { return true; }), LogSource::Step::end);
+    EXPECT_EQ(source->Next(*record, [] { return false; }), LogSource::Step::record);
+}
+
 TEST_F(LogSourceBounds, RecordsAheadArePassedOverInEitherByteOrder)
 {
     const std::string early = LogRecord::Message("early", "RM", "20261120070000").bytes_of_the_other_order();

@@ -3,6 +3,7 @@
 
 #include "arrm.h"
 #include "qcapi/config.h"
+#include "support/driver_fixture.h"
 #include "support/forget_configuration.h"
 #include "support/log_records.h"
 #include "support/log_session.h"
@@ -12,8 +13,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <filesystem>
-#include <thread>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -27,6 +30,37 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* stopped =
     "status 27 Attempts to establish a connection and processing messages have been suspended";
+
+// Counts what waits a whole second, as a replay does behind its later bound.
+class CountedSeconds
+{
+public:
+    CountedSeconds() : m_before(&System()), m_calls(System())
+    {
+        L_begun = 0;
+        m_calls.wait = [](std::condition_variable& changed, std::unique_lock<std::mutex>& lock, timeval span) {
+            L_begun += span.tv_sec >= 1 ? 1 : 0;
+            return Real_System().wait(changed, lock, span);
+        };
+        Set_System(&m_calls);
+    }
+    ~CountedSeconds() { Set_System(m_before); }
+    CountedSeconds(const CountedSeconds&) = delete;
+    CountedSeconds& operator=(const CountedSeconds&) = delete;
+
+    static void wait_for_one()
+    {
+        EXPECT_TRUE(Becomes([] { return L_begun != 0; }));
+    }
+
+private:
+    static std::atomic<int> L_begun;
+
+    const SystemCalls* m_before;
+    SystemCalls m_calls;
+};
+
+std::atomic<int> CountedSeconds::L_begun{0};
 
 class ReplayTest : public SessionTest
 {
@@ -111,9 +145,7 @@ TEST_F(ReplayTest, AnotherRecordThatBeginsWithREndsIt)
     configure();
     scratch.write("yesterday.log", Opened().bytes() + LogRecord::Text("RX what is that").bytes() + Closed().bytes());
     ASSERT_EQ(host.login(), 0);
-    while (scratch.read("qapi.log").find("ER-Erroneous") == std::string::npos) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(Becomes([this] { return scratch.read("qapi.log").find("ER-Erroneous") != std::string::npos; }));
     EXPECT_THAT(heard_up_to("status 21 Connected"), ElementsAre("status 21 Connected", stopped));
     EXPECT_THAT(texts_of_log(), Contains("ER-Erroneous log message : \"RX what is that\" "));
 }
@@ -129,11 +161,13 @@ TEST_F(ReplayTest, TheLetterTellsTheConnectionsIdentity)
 
 TEST_F(ReplayTest, TheRangeIsReplayedAlone)
 {
+    const CountedSeconds seconds;
     configure("testing_start 20261120100000\ntesting_end 2026112011\n");
     scratch.write("yesterday.log", Opened("20261120090000").bytes() + Chat(1, "20261120095959").bytes() +
                                        Chat(2, "20261120100000").bytes() + Chat(3, "20261120115959").bytes() +
                                        Chat(4, "20261120120000").bytes() + Chat(5, "20261120110000").bytes());
     ASSERT_EQ(host.login(), 0);
+    CountedSeconds::wait_for_one();
     EXPECT_THAT(heard_up_to("message Chat 2"), ElementsAre("message Chat 1", "message Chat 2", stopped));
     EXPECT_THAT(texts_of_log(),
                 Contains("ER-Directing input from file = yesterday.log, range(20261120100000:2026112011)"));
@@ -175,24 +209,36 @@ TEST_F(ReplayTest, TodaysOwnLogEndsWhereItStoodAtTheLogin)
 // A Logout that had to wait for it would end in the crash.
 TEST_F(ReplayTest, BehindTheLaterBoundItStandsStillUntilALogout)
 {
+    const CountedSeconds seconds;
     configure("testing_end 20261120\n");
-    scratch.write("yesterday.log", Opened().bytes() + Closed("20261121000000").bytes());
+    scratch.write("yesterday.log",
+                  Opened().bytes() + Closed("20261121000000").bytes() + Closed("20261120000000").bytes());
     ASSERT_EQ(host.login(), 0);
+    CountedSeconds::wait_for_one();
     EXPECT_EQ(heard_up_to("status 21 Connected"), (Lines{"status 21 Connected", stopped}));
 }
 
-TEST_F(ReplayTest, ALogoutStopsItWhereverItIs)
+// A slow host would else need longer for what waits for it than a Logout has.
+TEST_F(ReplayTest, ALogoutWaitsForNothingThatIsReadAhead)
 {
     configure();
     std::string log = Opened().bytes();
-    for (unsigned number = 1; number <= 20'000; ++number) {
+    for (unsigned number = 1; number <= 2000; ++number) {
         log += Chat(number).bytes();
     }
     scratch.write("yesterday.log", log);
+    std::atomic<bool> leaves{false};
+    host.in_callback = [&](const std::string& line) {
+        leaves = leaves || line.starts_with("error 0 Waiting");
+        if (line == "message Chat 1") {
+            leaves.wait(false);
+        }
+        leaves.notify_all();
+    };
     ASSERT_EQ(host.login(), 0);
-    EXPECT_TRUE(host.wait_for("message Chat 1"));
+    EXPECT_TRUE(Becomes([] { return Glb_Recv_Mss->Get_Total_Pending() >= 1000; }));
     host.Logout();
-    EXPECT_LT(host.count_of("message Chat "), 20'000);
+    EXPECT_LE(host.count_of("message Chat "), 2); // one may be on its way
 }
 
 TEST_F(ReplayTest, ManyMessagesWaitInNoLargeRing)
@@ -204,10 +250,12 @@ TEST_F(ReplayTest, ManyMessagesWaitInNoLargeRing)
     }
     scratch.write("yesterday.log", log + Closed().bytes());
     const int slots_before = Glb_Recv_Mss->Get_Total_Num_Records();
+    const int log_slots_before = Glb_Log_Mss->Get_Total_Num_Records();
     ASSERT_EQ(host.login(), 0);
     heard_up_to("disconnection 0 D");
     EXPECT_EQ(host.count_of("message Chat "), 10'000);
     EXPECT_LE(Glb_Recv_Mss->Get_Total_Num_Records(), std::max(slots_before, 2048));
+    EXPECT_LE(Glb_Log_Mss->Get_Total_Num_Records(), std::max(log_slots_before, 16384));
 }
 
 TEST_F(ReplayTest, LogoutForceStopsItToo)
@@ -215,8 +263,11 @@ TEST_F(ReplayTest, LogoutForceStopsItToo)
     configure("testing_end 20261120\n");
     scratch.write("yesterday.log", Opened().bytes() + Closed("20261121000000").bytes());
     for (int round = 0; round < 3; ++round) {
+        const CountedSeconds seconds;
         ASSERT_EQ(host.login(), 0);
+        CountedSeconds::wait_for_one();
         EXPECT_EQ(host.LogoutForce(), 0);
+        host.Logout(); // joins it
     }
 }
 
@@ -321,7 +372,18 @@ TEST_F(TranslationTest, OfTodaysOwnLogEndsWhereItStoodAtTheLogin)
                               "testing_output_file translated.log\n");
     scratch.write("qapi.log", log);
     EXPECT_EQ(host.login(), 0);
-    EXPECT_TRUE(scratch.read("translated.log").starts_with(translated));
+    const std::string written = scratch.read("translated.log");
+    EXPECT_TRUE(written.starts_with(translated));
+    EXPECT_THAT(written, Not(HasSubstr("Directing output translation")));
+}
+
+TEST_F(TranslationTest, IntoTheRunningLogIsRefused)
+{
+    configure("testing_output_file qapi.log\n");
+    scratch.write("yesterday.log", log);
+    EXPECT_EQ(host.login(), 0);
+    EXPECT_THAT(texts_of_log(), Contains("ER-Output log file \"qapi.log\", couldn't be opened"));
+    EXPECT_THAT(scratch.read("qapi.log"), Not(HasSubstr("chat 1")));
 }
 
 TEST_F(TranslationTest, OntoItselfEnds)

@@ -14,7 +14,6 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 using testing::ElementsAre;
@@ -178,9 +177,7 @@ TEST_F(ServerSession, BytesThatAreNoMessageHarmNothing)
     listen();
     client.connect_to(port.number());
     client.send(std::string(5000, 'x'));
-    while (host.count_of("error ") == 0) { // what comes in one read with it goes too
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(Becomes([this] { return host.count_of("error ") != 0; })); // what comes in one read with it goes too
     for (const int size : {0, 1, 2, 3}) {
         client.send_message(std::string(static_cast<std::size_t>(size), '2'));
     }
@@ -231,6 +228,7 @@ TEST_F(ServerSession, ACallbackMayLeave)
     client.receive_until_closed();
     client.close();
     EXPECT_EQ(CQcApi::initialize_flag, QAPI_NOT_INITIALIZED);
+    EXPECT_TRUE(host.wait_for("status 21 Connected")); // the callback has returned
     host.in_callback = nullptr;
     EXPECT_EQ(host.connect("127.0.0.1", client.port()), 0);
     client.accept();

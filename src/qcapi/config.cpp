@@ -37,8 +37,7 @@ template <std::size_t Size> void copy_if_given(char (&target)[Size], const char*
 void forget_last_reading()
 {
     glb_dss_counter = 0;
-    Glb_run_log_testing = 0;
-    Glb_run_log_output = 0;
+    CONF_Release_Replay_Texts(); // left by a reading that failed
     std::fill(std::begin(Glb_access_tables), std::end(Glb_access_tables), INFO_TABLE_CODE{});
     COMMON_Global_Codes_Clean();
 }

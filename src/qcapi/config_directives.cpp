@@ -268,4 +268,6 @@ void CONF_Release_Replay_Texts()
     release(Glb_logging_test_output_name);
     release(Glb_logging_start);
     release(Glb_logging_end);
+    Glb_run_log_testing = 0;
+    Glb_run_log_output = 0;
 }

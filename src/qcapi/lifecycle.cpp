@@ -77,6 +77,7 @@ void request_stop(int role)
         post_stop(*Glb_Send_Mss);
     }
     if (Glb_run_log_testing != 0) {
+        Glb_Recv_Mss->Initialize_Keeping(TCP_SHUTTING_DOWN); // a replay is always far ahead of a host
         post_stop(*Glb_Recv_Mss);
         post_stop(*Glb_Send_Mss);
     }
@@ -196,6 +197,7 @@ int CQcApi::Login(char* user_name, char* password)
         LOG_End(); // no log thread will run: what was logged so far goes to the file here
         return code;
     }
+    Prepare_Replay();
     initialize_flag = QAPI_INITIALIZED;
     // Once per process, and before the threads run: their first callback may call exit().
     static const int exit_hook = std::atexit(AtExitQcApi);
@@ -220,6 +222,7 @@ int CQcApi::Connect(char* thost, int tport, char* /*conf_data*/, int /*conf_code
     if (code != 0) {
         Prepare_Rings(); // Initialize stopped before it came to them, and the threads run all the same
     }
+    Prepare_Replay();
     // Ahead of the threads, so that a callback that comes at once finds the operations working, and a Logout in it
     // isn't forgotten.
     initialize_flag = QAPI_INITIALIZED_AS_DS;
@@ -237,7 +240,6 @@ int CQcApi::Report_Already_Initialized()
 
 void CQcApi::Start_Threads(void* (*reader)(void*))
 {
-    Prepare_Replay();
     Start_Worker(glb_thread_log, LOG_Process, nullptr);
     Start_Worker(glb_thread_read, reader, nullptr);
     Start_Worker(glb_thread_send, DCON_Do_Send, &*glb_DCon_DESCR);

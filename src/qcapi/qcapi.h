@@ -344,7 +344,8 @@ public:
     void CallStatusChanged(int status_code, char* status_text);
     /**
      * @brief Sees every message before it is acted on. Does nothing; a host may override it, and so a data server's
-     *        host hears what the library leaves to it. Runs on the reader thread, and waits for no callback.
+     *        host hears what the library leaves to it. Runs on the reader thread, and waits for no callback: others
+     *        may run at the same time.
      * @param source_id    identity of the connection
      * @param message_name the name of its kind; valid during the call
      * @param message_data the message from its number on, zeros behind it; the reader's, valid during the call

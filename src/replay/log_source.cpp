@@ -6,6 +6,7 @@
 #include "record_io.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -73,7 +74,7 @@ LogSource::~LogSource()
 
 // ---- Records ---------------------------------------------------------------------------------------------------
 
-LogSource::Step LogSource::Next(ExpandedRecord& record)
+LogSource::Step LogSource::Next(ExpandedRecord& record, bool (*is_stopped)())
 {
     if (m_is_beyond) {
         return Step::beyond_end;
@@ -96,7 +97,7 @@ LogSource::Step LogSource::Next(ExpandedRecord& record)
         if (!Is_Before_Start(record)) {
             return Take_Body(record);
         }
-        if (!Skip(std::uint64_t{number_at(head, COMPRESSED_LENGTH)} + 1)) {
+        if (!Skip(std::uint64_t{number_at(head, COMPRESSED_LENGTH)} + 1) || (is_stopped != nullptr && is_stopped())) {
             break;
         }
     }
@@ -185,6 +186,9 @@ bool LogSource::Fill()
 {
     const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(m_left, buffer_size));
     const std::int64_t count = wanted != 0 ? Read_At(m_descriptor, std::span(m_buffer).first(wanted), m_offset) : 0;
+    if (count < 0) {
+        LOG_Text("Input log file can't be read: %s", std::strerror(errno));
+    }
     if (count <= 0) {
         return false;
     }

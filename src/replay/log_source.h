@@ -59,8 +59,9 @@ public:
         beyond_end, // a record behind the later bound; it stays so
     };
 
-    // The next record between the bounds. A bad one is told in the running log.
-    Step Next(ExpandedRecord& record);
+    // The next record between the bounds. A bad one is told in the running log. Many records may stand ahead of the
+    // earlier bound: `is_stopped`, if given, ends the search for it.
+    Step Next(ExpandedRecord& record, bool (*is_stopped)() = nullptr);
 
     [[nodiscard]] const std::string& start() const { return m_start; }
     [[nodiscard]] const std::string& end() const { return m_end; }

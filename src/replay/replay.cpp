@@ -5,6 +5,8 @@
 #include "mutex.h"
 #include "process_lifetime.h"
 #include "qcapi/log.h"
+#include "qcapi/log_file.h"
+#include "qcapi/qcapi.h"
 #include "qcapi/session.h"
 #include "replay/log_source.h"
 #include "replay/output_file.h"
@@ -14,6 +16,7 @@
 #include "transport/inbound_door.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <condition_variable>
 #include <cstdint>
 #include <cstring>
@@ -22,14 +25,16 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <thread>
 #include <utility>
 
 namespace {
 
-// Held back by nobody else, the reader's ring would grow to the size of the log.
-constexpr std::uint64_t most_waiting = 1000; // records
-constexpr int priority_at = 6;               // in the extra data
+// Held back by nobody else, the rings of the reader and of the running log would grow to the size of the input.
+constexpr std::uint64_t most_waiting = 1000;    // records for the reader
+constexpr unsigned most_waiting_in_log = 10000; // records of this session's own running log
+constexpr int priority_at = 6;                  // in the extra data
 constexpr timeval look_again{.tv_sec = 0, .tv_usec = 1000};
 constexpr timeval one_second{.tv_sec = 1, .tv_usec = 0};
 
@@ -66,6 +71,25 @@ constinit ProcessLifetime<std::unique_ptr<LogSource>> L_in_log_fp([] { return ne
 std::string_view text_of(const char* bound)
 {
     return bound != nullptr ? bound : "";
+}
+
+// Two that write to the end of one file would write over each other.
+bool is_running_log(const char* path)
+{
+    struct stat file
+    {
+    };
+    struct stat log
+    {
+    };
+    return stat(path, &file) == 0 && stat(LOG_Path().c_str(), &log) == 0 && file.st_dev == log.st_dev &&
+           file.st_ino == log.st_ino;
+}
+
+// A thread that exits waits for the one that logs in.
+bool is_exiting()
+{
+    return CQcApi::atexitqapi;
 }
 
 // Of a range in the running log.
@@ -134,7 +158,7 @@ private:
 
     bool LOG_Get_Message()
     {
-        const LogSource::Step step = m_source.Next(m_record);
+        const LogSource::Step step = m_source.Next(m_record, is_stopped);
         while (step == LogSource::Step::beyond_end && !is_stopped()) {
             wait_at_most(one_second);
         }
@@ -188,12 +212,18 @@ private:
         return m_fed > acted_on ? m_fed - acted_on : 0;
     }
 
-    // False if the stop came meanwhile.
-    [[nodiscard]] bool Wait_For_Room() const { return Wait_Until_Waiting(most_waiting); }
-    [[nodiscard]] bool Wait_Until_Acted_On() const { return Wait_Until_Waiting(0); }
-    [[nodiscard]] bool Wait_Until_Waiting(std::uint64_t most) const
+    [[nodiscard]] bool Is_Room() const
     {
-        for (int looks = 0; Waiting() > most; ++looks) {
+        return Waiting() <= most_waiting && Glb_Log_Mss->Get_Total_Pending() <= most_waiting_in_log;
+    }
+    [[nodiscard]] bool Is_Acted_On() const { return Waiting() == 0; }
+
+    // False if the stop came meanwhile.
+    [[nodiscard]] bool Wait_For_Room() const { return Wait_Until(&Replay::Is_Room); }
+    [[nodiscard]] bool Wait_Until_Acted_On() const { return Wait_Until(&Replay::Is_Acted_On); }
+    [[nodiscard]] bool Wait_Until(bool (Replay::*is_so)() const) const
+    {
+        for (int looks = 0; !(this->*is_so)(); ++looks) {
             constexpr int looks_without_sleep = 100;
             if (is_stopped()) {
                 return false;
@@ -247,22 +277,24 @@ int LOG_Set_Source_Messages(char* path, char* start, char* end)
 int LOG_Decompress(char* out_path)
 {
     LogSource* const source = L_in_log_fp->get();
-    LOG_Text("Directing output translation to file = %s, range(%s:%s)", out_path,
+    const char* const shown_path = text_of(out_path).data();
+    LOG_Text("Directing output translation to file = %s, range(%s:%s)", shown_path,
              or_empty(source != nullptr ? source->start() : ""), or_empty(source != nullptr ? source->end() : ""));
     OutputFile out;
-    if (!out.Open(out_path)) {
-        LOG_Text("Output log file \"%s\", couldn't be opened", out_path);
+    if (is_running_log(out_path) || !out.Open(out_path)) {
+        LOG_Text("Output log file \"%s\", couldn't be opened", shown_path);
         return 0;
     }
     const auto record = std::make_unique<ExpandedRecord>();
-    unsigned total = 0;
-    while (source != nullptr && source->Next(*record) == LogSource::Step::record && out.Write(record->bytes())) {
-        ++total;
+    while (source != nullptr && !is_exiting() && source->Next(*record, is_exiting) == LogSource::Step::record) {
+        if (!out.Write(record->bytes())) {
+            break;
+        }
     }
     if (!out.Flush()) {
-        LOG_Text("Output log file \"%s\", couldn't be written: %s", out_path, std::strerror(out.Error()));
+        LOG_Text("Output log file \"%s\", couldn't be written: %s", shown_path, std::strerror(out.Error()));
     }
-    LOG_Text("Total of processed records = %u", total);
+    LOG_Text("Total of processed records = %" PRIu64, out.Written());
     LOG_Close_in_out_Files();
     return 1;
 }

@@ -6,8 +6,6 @@
 // thread.
 #pragma once
 
-#include <memory>
-
 // Opens the log and takes its bounds, each up to 14 characters YYYYMMDDHHMMSS; null or empty for none. A source that is
 // still open is closed. Returns 1, or 0 behind a line in the running log.
 int LOG_Set_Source_Messages(char* path, char* start, char* end);
@@ -24,9 +22,6 @@ void* LOG_Do_Testing(void* unused);
 void LOG_Close_in_out_Files();
 
 namespace qapi {
-
-class LogSource;
-class ExpandedRecord;
 
 // Ends LOG_Do_Testing wherever it is, also one that starts later. Any thread.
 void Stop_Replay();

@@ -3,21 +3,32 @@
 #include "arrm.h"
 #include "message_numbers.h"
 #include "outbound/send_queue.h"
+#include "qcapi/log.h"
 #include "reader/views.h"
 #include "records/session.h"
 #include "session/empty_message.h"
 
+#include <utility>
+
 namespace {
 
-unsigned log_flag = 0; // the reader's
+// The reader's, of this connection.
+unsigned log_flag = 0;
+unsigned L_requests = 0; // logins too
+bool L_is_refusing = false;
 
-// A client that asks and never reads gets no more answers once so many messages wait for it: they would fill the
-// memory. One that goes through its login asks three times.
-constexpr unsigned most_waiting = 1000;
+// A client that asks without end and doesn't read would fill the memory with answers. One that goes through its login
+// asks three times, and always gets its answers, whatever the host has sent by then.
+constexpr unsigned most = 1000;
 
 bool may_answer()
 {
-    return Glb_Send_Mss->Get_Total_Pending() < most_waiting;
+    ++L_requests;
+    const bool may = L_requests <= most || Glb_Send_Mss->Get_Total_Pending() < most;
+    if (!may && !std::exchange(L_is_refusing, true)) {
+        LOG_Text("The client asks without reading the answers: no more of them while %u messages wait", most);
+    }
+    return may;
 }
 
 } // namespace
@@ -44,6 +55,8 @@ void COMMON_Send_Log_Mss(int value)
 {
     if (value == 0) {
         log_flag = 0;
+        L_requests = 0;
+        L_is_refusing = false;
         return;
     }
     ++log_flag;
