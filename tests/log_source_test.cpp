@@ -10,10 +10,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace std::string_literals;
 using testing::ElementsAre;

@@ -208,7 +208,9 @@ TEST_F(ServerRole, AllElseIsCountedAndDropped)
 
 TEST_F(ServerRole, ChangesOfTablesAreNoneOfItsBusiness)
 {
-    receive(market::Make(market::TableRecord{}));
+    TableWorld::Subscribe(CITIES_CODE_ID);
+    receive(market::Make(market::TableRecord{.code = 25, .idx = 1, .body = "BOG"}));
+    EXPECT_EQ(TableWorld::Records_In(TableId::Glb_City_Table), 0);
     EXPECT_THAT(sent::take_numbers(), IsEmpty());
     EXPECT_THAT(host.lines(), IsEmpty());
 }

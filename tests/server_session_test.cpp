@@ -30,7 +30,7 @@ protected:
         Glb_connection_retry_wait = 0; // a test needn't wait for the next attempt
         scratch.write("qapi.cfg", "data_server DSAB\nlocal_code L001\nsend_mode 1\n");
     }
-    // As programs leave this role: nobody waits for the log thread.
+    // As programs leave this role.
     ~ServerSession() override
     {
         host.LogoutForce();
@@ -140,18 +140,18 @@ TEST_F(ServerSession, NobodyElseIsServedMeanwhile)
     listen();
     client.connect_to(port.number());
     log_in("maria");
-    const OwnedDescriptor third(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const OwnedDescriptor second(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port.number());
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(connect(third.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), -1);
+    EXPECT_EQ(connect(second.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), -1);
     EXPECT_EQ(errno, ECONNREFUSED);
     client.send_message(empty_message(203)); // the one that is there notices nothing
     EXPECT_EQ(client.receive_message().message.substr(0, 3), "204");
 }
 
-TEST_F(ServerSession, AClientThatFloodsLosesNothingAndLeavesARoomForTheNext)
+TEST_F(ServerSession, AClientThatFloodsLosesNothingAndLeavesRoomForTheNext)
 {
     constexpr int flood = 5000;
     listen();
@@ -185,6 +185,15 @@ TEST_F(ServerSession, BytesThatAreNoMessageHarmNothing)
     client.send_message(std::string(3300, '\xFF'));
     EXPECT_EQ(client.receive_message().message.substr(0, 3), "201"); // of the login with nothing behind its number
     log_in("maria");
+}
+
+TEST_F(ServerSession, TheHostLeavesWithoutAFarewell)
+{
+    listen();
+    client.connect_to(port.number());
+    log_in("maria");
+    host.LogoutForce();
+    EXPECT_EQ(client.receive_until_closed(), "");
 }
 
 // ---- Outward ---------------------------------------------------------------------------------------------------

@@ -70,8 +70,8 @@ public:
 
 private:
     // Received messages are read and others are composed by one thread at a time: the main thread, or the reader in
-    // what follows here. A report that is raised meanwhile waits for the end of the turn, since OnError waits for the
-    // callback that runs, and that may wait for its turn.
+    // what follows here. A report that is raised meanwhile waits for the end of the turn: on most threads OnError waits
+    // for the callback that runs, and that may wait for its turn.
     class Turn
     {
     public:
@@ -251,7 +251,8 @@ private:
 
 int main(int count, char** arguments)
 {
-    if (count != 3) {
+    const int port = count == 3 ? std::atoi(arguments[2]) : 0;
+    if (port < 1 || port > 65535) {
         std::cerr
             << "usage: feeder HOST PORT\n"
                "Serves one client at a time: listens if HOST is 0.0.0.0, else connects to it. qapi.cfg in the\n"
@@ -260,7 +261,7 @@ int main(int count, char** arguments)
         return 2;
     }
     Feeder feeder;
-    if (const int code = feeder.Connect(arguments[1], std::atoi(arguments[2]), nullptr, 0); code != 0) {
+    if (const int code = feeder.Connect(arguments[1], port, nullptr, 0); code != 0) {
         std::cerr << "qapi.cfg: error " << code << std::endl; // its threads run all the same, until the feeder goes
         return 1;
     }

@@ -16,10 +16,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -120,11 +123,13 @@ private:
 };
 
 // Of the settings' own the last one would count, and one that is left out here would stay.
-bool is_of_replay(std::string line)
+bool is_of_replay(const std::string& line)
 {
-    std::transform(line.begin(), line.end(), line.begin(),
+    std::string directive;
+    std::istringstream(line) >> directive;
+    std::transform(directive.begin(), directive.end(), directive.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return line.find("testing_") != std::string::npos;
+    return directive.rfind("testing_", 0) == 0;
 }
 
 // The host's own settings, with the log in place of the connection. A directive's value can't hold a blank, and a path
@@ -215,14 +220,32 @@ bool login(quentar::Host& host)
     return result == quentar::Result::ok;
 }
 
-int translate(const Arguments& arguments)
+// The library says what is wrong with the log or the output in the session's own running log, which goes with the
+// directory.
+bool tell_damage()
+{
+    bool is_damaged = false;
+    std::ifstream log("qapi.log");
+    for (std::string line; std::getline(log, line);) {
+        for (const char* text :
+             {"ER-Bad record read", "ER-Erroneous log message", "ER-Input log file", "ER-Output log file"}) {
+            if (const std::size_t at = line.find(text); at != std::string::npos) {
+                std::cerr << line.substr(at + 3) << std::endl;
+                is_damaged = true;
+            }
+        }
+    }
+    return is_damaged;
+}
+
+bool translate(const Arguments& arguments)
 {
     quentar::Host host;
     const Progress progress(arguments);
-    return login(host) ? 0 : 1;
+    return login(host);
 }
 
-int replay()
+bool replay()
 {
     quentar::Host host;
     host.on_connected = [] { std::cout << "connected" << std::endl; };
@@ -233,11 +256,11 @@ int replay()
         message.finish();
     };
     if (!login(host)) {
-        return 1;
+        return false;
     }
     for (std::string line; std::getline(std::cin, line);) { // a replay doesn't tell its end
     }
-    return 0;
+    return true;
 }
 
 // The library tells only its running log what is wrong with log and output, and that goes with the directory. It opens
@@ -273,7 +296,8 @@ int run(Arguments arguments)
     check_files(settings, arguments);
     const OwnDirectory directory;
     write_settings(settings, arguments);
-    return arguments.output.empty() ? replay() : translate(arguments);
+    const bool is_done = arguments.output.empty() ? replay() : translate(arguments);
+    return !tell_damage() && is_done ? 0 : 1;
 }
 
 } // namespace
@@ -284,8 +308,9 @@ int main(int count, char** words)
     if (!take(arguments, count, words)) {
         std::cerr
             << "usage: replay_host LOG [--settings QAPI.CFG] [--start TIME] [--end TIME] [--translate FILE]\n"
-               "Prints what a host with these settings sees of the log, to the end of its input; or writes the\n"
-               "log's records to FILE with all packets in the clear. TIME is YYYYMMDDHHMMSS or a beginning of it.\n";
+               "Prints what a host with these settings sees of the log, until its standard input ends (Ctrl-D): what\n"
+               "isn't printed by then is left out. Or writes the log's records to FILE with all packets in the clear.\n"
+               "TIME is YYYYMMDDHHMMSS or a beginning of it.\n";
         return 2;
     }
     try {

@@ -71,7 +71,7 @@ extern char Glb_log_last_processed_message;            // 'L', 'N' or 'F'
 extern int Glb_Language;                               // column of the message names: 0, 1 Spanish, 2 English
 
 // ---- Replay of a stored log. Texts are null when not given, and released at Logout -------------------------------
-extern int Glb_run_log_testing;
+extern std::atomic<int> Glb_run_log_testing;
 extern int Glb_run_log_output;
 extern char* Glb_logging_test_name;
 extern char* Glb_logging_test_output_name;

@@ -13,7 +13,7 @@
 
 INFO_TABLE_CODE Glb_access_tables[MAX_ACCESS_TABLES + 1];
 
-int Glb_run_log_testing = 0;
+std::atomic<int> Glb_run_log_testing{0};
 int Glb_run_log_output = 0;
 char* Glb_logging_test_name = nullptr;
 char* Glb_logging_test_output_name = nullptr;

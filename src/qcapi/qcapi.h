@@ -123,7 +123,9 @@ public:
     CQcApi& operator=(const CQcApi&) = delete;
 
     /**
-     * @brief Reads "qapi.cfg" in the working directory and starts a session; its outcome comes by callback.
+     * @brief Reads "qapi.cfg" in the working directory and starts a session; its outcome comes by callback. With a
+     *        testing_file directive a stored log stands in for the connection; with testing_output_file too, the log
+     *        is translated before this returns, and no session runs behind it.
      * @param user_name at most 10 characters; empty or null keeps the last one. A user_name directive overrides it.
      * @param password  at most 16 characters; empty or null keeps the last one. A password directive overrides it.
      * @return 0 when the threads run, else a code that was also reported: 17 already running (name and password are
@@ -133,7 +135,9 @@ public:
     int Login(char* user_name, char* password);
 
     /**
-     * @brief Starts in the data-server role, without a login.
+     * @brief Starts in the data-server role, without a login: the peer logs in here. The host hears that by
+     *        OnMessageReceived("User_Entered", 0), and of no OnConnection; CallDataReceived shows it what else comes.
+     *        The testing directives count as for Login.
      * @param thost     dotted address to connect to, or "0.0.0.0" to listen; at most 60 characters
      * @param tport     TCP port; 0 leaves the choice of servers to the configuration file
      * @param conf_data not looked at
@@ -148,8 +152,8 @@ public:
      *        ended by a deliberate crash. Pending callbacks are let through meanwhile.
      *
      * On one of the library's own threads (in a callback) it can't wait for itself: there it does what LogoutForce
-     * does. After Connect nothing stops the log thread, so Logout ends in the crash: leave that role with LogoutForce
-     * and the end of the process.
+     * does. After Connect nothing stops the log thread, so Logout ends in the crash: leave that role with LogoutForce,
+     * then Logout, which stops and joins what is left, and the end of the process.
      *
      * @return 0, or 4 if nothing runs
      */

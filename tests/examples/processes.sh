@@ -21,8 +21,8 @@ fail() {
 }
 
 wait_for() { # FILE PATTERN [TIMES]: until it has so many such lines; the limit is for the slowest build
-    local turn
-    for ((turn = 0; turn < 1200; turn++)); do
+    local end=$((SECONDS + 90))
+    while ((SECONDS < end)); do
         if [ "$(grep -Ec -- "$2" "$1" || true)" -ge "${3:-1}" ]; then return; fi
         sleep 0.05
     done

@@ -92,6 +92,8 @@ ends_with 1 "can't open" "$scratch" --settings ../host/qapi.cfg
 ends_with 1 "can't read .*/elsewhere/qapi.cfg" ../host/qapi.log --translate "$scratch/untouched.log"
 [ ! -e untouched.log ] || fail "it makes a translation without settings"
 ends_with 1 'missing/plain.log' ../host/qapi.log --settings ../host/qapi.cfg --translate missing/plain.log
+ends_with 1 '^Bad record read' ../host/qapi.cfg --settings ../host/qapi.cfg --translate "$scratch/untouched.log"
+rm untouched.log
 ends_with 1 'itself' ../host/qapi.log --settings ../host/qapi.cfg --translate ../host/qapi.log
 nothing_is_left
 

@@ -27,6 +27,9 @@ public:
     FieldHost()
     {
         in_callback = [this](const std::string& line) {
+            if (line.starts_with("error ")) {
+                return; // on other threads too, and in no log
+            }
             m_lines.push_back(line);
             if (line.starts_with("message ")) {
                 const std::size_t number_at = line.rfind(' ');
@@ -44,7 +47,7 @@ public:
         for (const std::string& line : m_lines) {
             if (line.starts_with("disconnection ")) {
                 lines.emplace_back("disconnection");
-            } else if (!line.starts_with("error ") && !line.starts_with("status 7 ")) {
+            } else if (!line.starts_with("status 7 ")) {
                 lines.push_back(line);
             }
         }
