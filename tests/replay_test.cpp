@@ -437,6 +437,14 @@ TEST_F(TranslationTest, AnOutputWithoutAnInputHasNoEffect)
     EXPECT_FALSE(scratch.has("translated.log"));
 }
 
+TEST_F(TranslationTest, AnEmptyOutputEntryIsALineWithoutAValue)
+{
+    scratch.write("qapi.cfg", "data_server DSAB\nlocal_code L001\ntesting_output_file\n");
+    EXPECT_EQ(host.login(), 3);
+    EXPECT_EQ(host.count_of("status 21"), 0);
+    EXPECT_THAT(texts_of_log(), Not(Contains(HasSubstr("Directing output translation"))));
+}
+
 TEST_F(TranslationTest, ACallbackMayLeaveByForce)
 {
     configure_translation();

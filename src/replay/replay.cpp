@@ -86,6 +86,12 @@ bool is_running_log(const char* path)
            file.st_ino == log.st_ino;
 }
 
+// Whether it took.
+bool LOG_Put_Message(OutputFile& out, const ExpandedRecord& record)
+{
+    return out.Write(record.bytes());
+}
+
 // A thread that exits waits for the one that logs in.
 bool is_exiting()
 {
@@ -281,15 +287,13 @@ int LOG_Decompress(char* out_path)
     LOG_Text("Directing output translation to file = %s, range(%s:%s)", shown_path,
              or_empty(source != nullptr ? source->start() : ""), or_empty(source != nullptr ? source->end() : ""));
     OutputFile out;
-    if (is_running_log(out_path) || !out.Open(out_path)) {
+    if (is_running_log(shown_path) || !out.Open(out_path)) {
         LOG_Text("Output log file \"%s\", couldn't be opened", shown_path);
         return 0;
     }
     const auto record = std::make_unique<ExpandedRecord>();
-    while (source != nullptr && !is_exiting() && source->Next(*record, is_exiting) == LogSource::Step::record) {
-        if (!out.Write(record->bytes())) {
-            break;
-        }
+    while (source != nullptr && !is_exiting() && source->Next(*record, is_exiting) == LogSource::Step::record &&
+           LOG_Put_Message(out, *record)) {
     }
     if (!out.Flush()) {
         LOG_Text("Output log file \"%s\", couldn't be written: %s", shown_path, std::strerror(out.Error()));

@@ -19,14 +19,14 @@ bool L_is_refusing = false;
 
 // A client that asks without end and doesn't read would fill the memory with answers. One that goes through its login
 // asks three times, and always gets its answers, whatever the host has sent by then.
-constexpr unsigned most = 1000;
+constexpr unsigned most_unread = 1000;
 
 bool may_answer()
 {
     ++L_requests;
-    const bool may = L_requests <= most || Glb_Send_Mss->Get_Total_Pending() < most;
+    const bool may = L_requests <= most_unread || Glb_Send_Mss->Get_Total_Pending() < most_unread;
     if (!may && !std::exchange(L_is_refusing, true)) {
-        LOG_Text("The client asks without reading the answers: no more of them while %u messages wait", most);
+        LOG_Text("The client asks without reading the answers: no more of them while %u messages wait", most_unread);
     }
     return may;
 }
